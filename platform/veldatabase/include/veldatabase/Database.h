@@ -1,0 +1,195 @@
+#pragma once
+
+#include <veldatabase/AttrKey.h>
+#include <veldatabase/DatabaseChange.h>
+#include <veldatabase/DatabaseObserver.h>
+#include <veldatabase/Node.h>
+#include <veldatabase/NodeDef.h>
+#include <veldatabase/Value.h>
+
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+namespace db {
+
+class NameIndex;
+struct JournalOp;
+struct UndoStep;
+
+// The scene database: nodes, their attribute values, connections, the selection, change blocks
+// with notification, undo and redo, and pull-based evaluation of computed attributes.
+//
+// Every mutation is recorded in the open change block; a mutation outside any block runs in a
+// block of its own. Only the outermost block notifies and becomes one undo step.
+class Database {
+public:
+    static constexpr int RootId = 0;
+
+    Database();
+    ~Database();
+    Database(const Database&) = delete;
+    Database& operator=(const Database&) = delete;
+
+    // Node types known to this database (by type name).
+    void registerType(const NodeDef& def);
+    const NodeDef* findType(const std::string& typeName) const;
+    std::vector<const NodeDef*> types() const;
+    const NodeDef& rootType() const;
+
+    // Objects.
+    int create(const NodeDef& def, const std::string& name, int parent = RootId);
+    const Node* node(int id) const;
+    Node* node(int id);
+    bool isAlive(int id) const { return node(id) != nullptr; }
+    std::size_t nodeCount() const { return m_liveCount; }
+    int idLimit() const { return static_cast<int>(m_nodes.size()); }
+    int findChild(int parent, const std::string& name) const;
+    int findPath(const std::string& path) const;
+    std::string path(int id) const;
+    bool isAncestor(int ancestor, int id) const;
+    bool setParent(int id, int newParent, int index = -1);
+    // Renames to a sanitised name unique among the siblings; returns the name given, "" on failure.
+    std::string rename(int id, const std::string& name);
+    bool remove(int id);
+    bool remove(const std::vector<int>& ids);
+    // Removes every object but the root, and forgets undo history. Ids are never reused.
+    void reset();
+    static std::string sanitizeName(const std::string& name);
+
+    // Attribute values.
+    const AttributeDef* attributeDef(const AttrKey& key) const;
+    bool isValidKey(const AttrKey& key) const { return attributeDef(key) != nullptr; }
+    bool isArrayKey(const AttrKey& key) const;
+    ValueType valueType(const AttrKey& key) const;
+    Value value(const AttrKey& key) const;        // evaluated: follows inputs, computes outputs
+    Value storedValue(const AttrKey& key) const;  // the node's own value
+    bool setValue(const AttrKey& key, const Value& value);
+    int arraySize(const AttrKey& key) const;
+    bool resizeArray(const AttrKey& key, int size);
+    int addCustomAttribute(int id, AttributeDef def);  // returns the new slot, -1 on failure
+    bool removeCustomAttribute(int id, int slot);
+    bool isRemovedCustomSlot(int id, int slot) const;
+
+    // Connections: one source per input; an object reference is a connection from the
+    // referenced object's message attribute (slot 0).
+    bool connect(const AttrKey& source, const AttrKey& destination, std::string* reason = nullptr);
+    bool disconnect(const AttrKey& destination);
+    AttrKey input(const AttrKey& destination) const;
+    void outputs(const AttrKey& source, std::vector<AttrKey>& out) const;
+    bool hasOutputs(const AttrKey& source) const;
+    void connections(int id, std::vector<std::pair<AttrKey, AttrKey>>& out) const;
+    void forEachConnection(const std::function<void(const AttrKey&, const AttrKey&)>& visit) const;
+    static bool isMessageKey(const AttrKey& key) { return key.slot == 0 && key.element < 0; }
+
+    // Selection, in selection order.
+    const std::vector<int>& selection() const { return m_selection; }
+    bool isSelected(int id) const;
+    void setSelection(const std::vector<int>& ids);
+
+    // Change blocks.
+    void beginChangeBlock(bool transient = false);
+    void endChangeBlock(const std::string& description = {});
+    void commitTransient();
+    int blockDepth() const { return m_depth; }
+    bool hasPendingTransient() const;
+
+    // Undo and redo.
+    bool canUndo() const;
+    bool canRedo() const;
+    std::string undoName() const;
+    std::string redoName() const;
+    std::size_t undoCount() const { return m_undo.size(); }
+    bool undo();
+    bool redo();
+    void clearUndo();
+    void setUndoLimit(std::size_t steps) { m_undoLimit = steps; }
+
+    // Observers may add or remove observers and edit the database while being told; such edits
+    // reach observers after the current round.
+    void addObserver(DatabaseObserver* observer);
+    void removeObserver(DatabaseObserver* observer);
+
+    // Evaluation: the attribute that holds the current time drives time-dependent outputs.
+    void setTimeKey(const AttrKey& key) { m_timeKey = key; }
+    const AttrKey& timeKey() const { return m_timeKey; }
+    std::uint64_t computeCount() const { return m_computeCount; }
+
+    // Database-wide integer ids of attributes, stable for the session.
+    int attributeId(const AttrKey& key) const;
+    AttrKey attributeKey(int id) const;
+
+private:
+    friend struct JournalOp;
+    struct Pending;
+
+    // Primitive mutations: each records the change and, unless replaying, a journal entry.
+    void attachRoots(int parent, const std::vector<std::pair<int, int>>& roots,
+                     std::vector<std::unique_ptr<Node>>& owned);
+    void detachRoots(int parent, const std::vector<std::pair<int, int>>& roots,
+                     std::vector<std::unique_ptr<Node>>& owned);
+    void doRename(int id, const std::string& name);
+    void doReparent(int id, int newParent, int index);
+    void doSetStored(const AttrKey& key, const Value& value);
+    void doConnect(const AttrKey& source, const AttrKey& destination);
+    void doDisconnect(const AttrKey& destination);
+    void doSelect(const std::vector<int>& ids);
+    void doAddCustom(int id, int slot, std::unique_ptr<AttributeDef>& def, const Value& value);
+    void doRemoveCustom(int id, int slot, std::unique_ptr<AttributeDef>& def, Value& value);
+    void doSetCustomRemoved(int id, int slot, bool removed);
+
+    void journal(JournalOp&& op);
+    void journalSetValue(const AttrKey& key, const Value& before, const Value& after);
+    void apply(JournalOp& op, bool forward);
+    void ensureBlock();
+    void closeImplicitBlock();
+    void finishRound(bool transient, const std::string& description);
+    void deliver(std::shared_ptr<DatabaseChange> change);
+    void markDirty(const AttrKey& key);
+    void recordKey(const AttrKey& key);
+    void collectSubtree(int root, std::vector<int>& out) const;
+    void disconnectAll(int id);
+    void upstream(const AttrKey& key, std::vector<AttrKey>& out) const;
+    bool dependsOn(const AttrKey& from, const AttrKey& target) const;
+    int topLevelOf(const Node& n, int slot) const;
+    std::string uniqueName(int parent, const std::string& wanted, int self) const;
+    bool coerce(const AttributeDef& def, bool wholeArray, const Value& in, Value& out) const;
+    void selectionRemove(const std::unordered_set<int>& ids);
+
+    std::map<std::string, const NodeDef*> m_types;
+    std::vector<std::unique_ptr<Node>> m_nodes;  // indexed by id; null once deleted
+    std::size_t m_liveCount = 0;
+    std::unique_ptr<NameIndex> m_names;
+    std::unordered_map<AttrKey, AttrKey, AttrKeyHash> m_inputs;
+    std::unordered_map<AttrKey, std::vector<AttrKey>, AttrKeyHash> m_outputs;
+    std::vector<int> m_selection;
+    std::unordered_set<int> m_timeNodes;
+    AttrKey m_timeKey;
+
+    mutable std::unordered_map<AttrKey, Value, AttrKeyHash> m_cache;
+    mutable std::uint64_t m_computeCount = 0;
+    mutable std::unordered_map<AttrKey, int, AttrKeyHash> m_extraAttributeIds;
+    mutable std::vector<AttrKey> m_extraAttributeKeys;
+
+    // Open block state.
+    int m_depth = 0;
+    bool m_blockTransient = false;
+    bool m_replaying = false;
+    std::unique_ptr<Pending> m_open;       // journal and change of the open outermost block
+    std::unique_ptr<Pending> m_transient;  // transient rounds not yet committed
+    std::vector<std::unique_ptr<UndoStep>> m_undo;
+    std::vector<std::unique_ptr<UndoStep>> m_redo;
+    std::size_t m_undoLimit = 0;  // 0 = unlimited
+
+    std::vector<DatabaseObserver*> m_observers;
+    std::deque<std::shared_ptr<DatabaseChange>> m_queue;
+    bool m_notifying = false;
+};
+
+}  // namespace db

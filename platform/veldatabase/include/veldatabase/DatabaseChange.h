@@ -1,0 +1,79 @@
+#pragma once
+
+#include <veldatabase/AttrKey.h>
+#include <veldatabase/ValueType.h>
+
+#include <cstdint>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+namespace db {
+
+class NodeDef;
+
+// Everything that one outermost change block did, gathered while the block was open so that
+// every question is a hash look-up.
+class DatabaseChange {
+public:
+    bool isEmpty() const;
+
+    bool isObjectCreated() const { return !m_created.empty(); }
+    bool isObjectDeleted() const { return !m_deleted.empty(); }
+    bool isObjectReparented() const { return !m_reparented.empty(); }
+    bool isObjectRenamed() const { return !m_renamed.empty(); }
+    bool isConnectionCreated() const { return m_connectionCreated; }
+    bool isConnectionDeleted() const { return m_connectionDeleted; }
+    bool isAttributeReferenceChanged() const { return m_referenceChanged; }
+    bool isSelectionChanged() const { return m_selectionChanged; }
+    bool isTransient() const { return m_transient; }
+
+    bool isObjectChanged(int node) const { return m_changedNodes.count(node) != 0; }
+    bool isNameChanged(int node) const { return m_renamedSet.count(node) != 0; }
+    bool isAttributeChanged(const AttrKey& key) const { return m_changedKeys.count(key) != 0; }
+    bool isValueTypeChanged(ValueType type) const {
+        return (m_changedTypes & (1u << static_cast<unsigned>(type))) != 0;
+    }
+    bool isTypeChanged(const NodeDef& def) const;
+    bool isOnlyAttributeChanged(const AttrKey& key) const;
+
+    const std::vector<int>& created() const { return m_created; }
+    const std::vector<int>& deleted() const { return m_deleted; }
+    const std::vector<int>& renamed() const { return m_renamed; }
+    const std::vector<int>& reparented() const { return m_reparented; }
+    const std::unordered_set<int>& changedNodes() const { return m_changedNodes; }
+    std::size_t changedAttributeCount() const { return m_changedKeys.size(); }
+    const std::string& description() const { return m_description; }
+
+    // Recording, used by the database while a block is open.
+    void recordAttribute(const AttrKey& key, int topLevelSlot, ValueType type, const NodeDef& def);
+    void recordObject(int node, const NodeDef& def);
+    void recordCreated(int node, const NodeDef& def);
+    void recordDeleted(int node, const NodeDef& def);
+    void recordRenamed(int node, const NodeDef& def);
+    void recordReparented(int node, const NodeDef& def);
+    void recordConnection(bool created, bool reference);
+    void recordSelection() { m_selectionChanged = true; }
+    void setTransient(bool transient) { m_transient = transient; }
+    void setDescription(std::string d) { m_description = std::move(d); }
+    // Folds a later change into this one (transient rounds gathered into their commit).
+    void merge(const DatabaseChange& later);
+
+private:
+    static void addUnique(std::vector<int>& list, std::unordered_set<int>& set, int node);
+
+    std::unordered_set<int> m_changedNodes;
+    std::unordered_set<AttrKey, AttrKeyHash> m_changedKeys;
+    std::unordered_set<const NodeDef*> m_changedDefs;
+    std::uint32_t m_changedTypes = 0;
+    std::vector<int> m_created, m_deleted, m_renamed, m_reparented;
+    std::unordered_set<int> m_createdSet, m_deletedSet, m_renamedSet, m_reparentedSet;
+    bool m_connectionCreated = false;
+    bool m_connectionDeleted = false;
+    bool m_referenceChanged = false;
+    bool m_selectionChanged = false;
+    bool m_transient = false;
+    std::string m_description;
+};
+
+}  // namespace db

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <veldatabase/AttributeDef.h>
+#include <veldatabase/NodeDef.h>
+#include <veldatabase/Value.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace db {
+
+// One object of the database. Attribute values of the type's slots live in one compact block laid
+// out by the node type; user-added attributes live in a side list that exists only when used.
+class Node {
+public:
+    Node(int id, const NodeDef& def, std::string name);
+    ~Node();
+    Node(const Node&) = delete;
+    Node& operator=(const Node&) = delete;
+
+    int id() const { return m_id; }
+    const NodeDef& def() const { return *m_def; }
+    bool isOfType(const NodeDef& def) const { return m_def->isA(def); }
+
+    const std::string& name() const { return m_name; }
+    int parent() const { return m_parent; }
+    const std::vector<int>& children() const { return m_children; }
+
+    // Slots: the type's slots first, then custom attributes.
+    int slotCount() const { return m_def->slotCount() + customCount(); }
+    int customCount() const { return m_custom ? static_cast<int>(m_custom->defs.size()) : 0; }
+    const AttributeDef* slotDef(int slot) const;
+    bool isCustomSlot(int slot) const { return slot >= m_def->slotCount(); }
+    // Top-level attributes: the type's, then custom ones.
+    int topLevelCount() const { return m_def->topLevelCount() + customCount(); }
+    int topLevelSlot(int index) const;
+    int findTopLevel(const std::string& name) const;
+
+    // Stored (not evaluated) values. Arrays read and write as a ValueList.
+    Value stored(int slot) const;
+    void store(int slot, const Value& value);
+    const ValueList* array(int slot) const;
+    ValueList& mutableArray(int slot);
+
+    bool isSelected() const { return m_selected; }
+    int connectionCount() const { return m_connections; }
+
+private:
+    friend class Database;
+    struct CustomAttributes {
+        std::vector<std::unique_ptr<AttributeDef>> defs;
+        std::vector<Value> values;
+        std::vector<char> removed;  // removed attributes keep their slot so that keys stay stable
+    };
+    unsigned char* slotData(int slot) const;
+
+    int m_id;
+    const NodeDef* m_def;
+    std::string m_name;
+    int m_parent = -1;
+    std::vector<int> m_children;
+    unsigned char* m_data = nullptr;
+    std::unique_ptr<CustomAttributes> m_custom;
+    int m_connections = 0;
+    bool m_selected = false;
+    mutable bool m_hasCache = false;
+};
+
+}  // namespace db

@@ -1,0 +1,213 @@
+// Change blocks, the journal, notification rounds, undo and redo.
+#include <veldatabase/Database.h>
+
+#include "Journal.h"
+
+#include <algorithm>
+
+namespace db {
+
+namespace {
+
+const char* defaultStepName(const std::vector<JournalOp>& ops) {
+    using K = JournalOp::Kind;
+    bool allSame = true;
+    for (const JournalOp& op : ops) allSame = allSame && op.kind == ops.front().kind;
+    if (!allSame || ops.empty()) return "Edit";
+    switch (ops.front().kind) {
+    case K::SetValue: return "Set Value";
+    case K::Attach: return "Create";
+    case K::Detach: return "Delete";
+    case K::Rename: return "Rename";
+    case K::Reparent: return "Parent";
+    case K::Connect: return "Connect";
+    case K::Disconnect: return "Disconnect";
+    case K::Select: return "Select";
+    case K::AddCustom: return "Add Attribute";
+    case K::RemoveCustom: return "Remove Attribute";
+    }
+    return "Edit";
+}
+
+}  // namespace
+
+void Database::beginChangeBlock(bool transient) {
+    if (m_depth == 0) {
+        if (!transient && m_transient && !m_notifying) commitTransient();
+        m_open = std::make_unique<Pending>();
+        m_blockTransient = transient;
+    }
+    ++m_depth;
+}
+
+void Database::endChangeBlock(const std::string& description) {
+    if (m_depth == 0) return;
+    if (!description.empty() && (m_depth == 1 || m_open->description.empty())) m_open->description = description;
+    if (--m_depth > 0) return;
+    finishRound(m_blockTransient, m_open->description);
+}
+
+bool Database::hasPendingTransient() const { return m_transient && !m_transient->ops.empty(); }
+
+void Database::journal(JournalOp&& op) {
+    if (m_replaying || !m_open) return;
+    m_open->ops.push_back(std::move(op));
+}
+
+void Database::journalSetValue(const AttrKey& key, const Value& before, const Value& after) {
+    if (m_replaying || !m_open) return;
+    auto it = m_open->valueOps.find(key);
+    if (it != m_open->valueOps.end()) {
+        m_open->ops[it->second].data().after = after;
+        return;
+    }
+    JournalOp op;
+    op.kind = JournalOp::Kind::SetValue;
+    op.key = key;
+    op.data().before = before;
+    op.data().after = after;
+    m_open->valueOps.emplace(key, m_open->ops.size());
+    m_open->ops.push_back(std::move(op));
+}
+
+void Database::finishRound(bool transient, const std::string& description) {
+    std::unique_ptr<Pending> round = std::move(m_open);
+    std::shared_ptr<DatabaseChange> change = round->change;
+    change->setDescription(description);
+    if (transient) {
+        // Gather drag rounds: the commit becomes one undo step from the values before the drag.
+        if (!m_transient) m_transient = std::make_unique<Pending>();
+        for (JournalOp& op : round->ops) {
+            if (op.kind == JournalOp::Kind::SetValue) {
+                auto it = m_transient->valueOps.find(op.key);
+                if (it != m_transient->valueOps.end()) {
+                    m_transient->ops[it->second].data().after = op.data().after;
+                    continue;
+                }
+                m_transient->valueOps.emplace(op.key, m_transient->ops.size());
+            } else {
+                m_transient->valueOps.clear();  // ordering matters again after a structural edit
+            }
+            m_transient->ops.push_back(std::move(op));
+        }
+        m_transient->change->merge(*change);
+        if (!description.empty()) m_transient->description = description;
+        change->setTransient(true);
+    } else if (!round->ops.empty()) {
+        auto step = std::make_unique<UndoStep>();
+        step->name = description.empty() ? defaultStepName(round->ops) : description;
+        step->ops = std::move(round->ops);
+        m_undo.push_back(std::move(step));
+        m_redo.clear();
+        if (m_undoLimit > 0 && m_undo.size() > m_undoLimit) m_undo.erase(m_undo.begin());
+    }
+    if (!change->isEmpty()) deliver(change);
+}
+
+void Database::commitTransient() {
+    if (!m_transient || m_depth > 0) return;
+    std::unique_ptr<Pending> pending = std::move(m_transient);
+    if (!pending->ops.empty()) {
+        auto step = std::make_unique<UndoStep>();
+        step->name = pending->description.empty() ? defaultStepName(pending->ops) : pending->description;
+        step->ops = std::move(pending->ops);
+        m_undo.push_back(std::move(step));
+        m_redo.clear();
+        if (m_undoLimit > 0 && m_undo.size() > m_undoLimit) m_undo.erase(m_undo.begin());
+    }
+    // The final round carries everything the drag changed, so observers that skipped the
+    // transient rounds can catch up.
+    pending->change->setTransient(false);
+    if (!pending->change->isEmpty()) deliver(pending->change);
+}
+
+bool Database::canUndo() const { return !m_undo.empty() || hasPendingTransient(); }
+bool Database::canRedo() const { return !m_redo.empty() && !hasPendingTransient(); }
+
+std::string Database::undoName() const {
+    if (hasPendingTransient()) return m_transient->description.empty() ? "Edit" : m_transient->description;
+    return m_undo.empty() ? std::string() : m_undo.back()->name;
+}
+
+std::string Database::redoName() const { return m_redo.empty() ? std::string() : m_redo.back()->name; }
+
+void Database::clearUndo() {
+    m_undo.clear();
+    m_redo.clear();
+    m_transient.reset();
+}
+
+bool Database::undo() {
+    if (m_depth > 0) return false;
+    commitTransient();
+    if (m_undo.empty()) return false;
+    std::unique_ptr<UndoStep> step = std::move(m_undo.back());
+    m_undo.pop_back();
+    m_open = std::make_unique<Pending>();
+    m_replaying = true;
+    for (auto it = step->ops.rbegin(); it != step->ops.rend(); ++it) apply(*it, false);
+    m_replaying = false;
+    std::shared_ptr<DatabaseChange> change = m_open->change;
+    m_open.reset();
+    change->setDescription(step->name);
+    m_redo.push_back(std::move(step));
+    if (!change->isEmpty()) deliver(change);
+    return true;
+}
+
+bool Database::redo() {
+    if (m_depth > 0 || m_redo.empty() || hasPendingTransient()) return false;
+    std::unique_ptr<UndoStep> step = std::move(m_redo.back());
+    m_redo.pop_back();
+    m_open = std::make_unique<Pending>();
+    m_replaying = true;
+    for (JournalOp& op : step->ops) apply(op, true);
+    m_replaying = false;
+    std::shared_ptr<DatabaseChange> change = m_open->change;
+    m_open.reset();
+    change->setDescription(step->name);
+    m_undo.push_back(std::move(step));
+    if (!change->isEmpty()) deliver(change);
+    return true;
+}
+
+void Database::apply(JournalOp& op, bool forward) {
+    using K = JournalOp::Kind;
+    switch (op.kind) {
+    case K::SetValue: doSetStored(op.key, forward ? op.payload->after : op.payload->before); break;
+    case K::Attach:
+    case K::Detach: {
+        const bool attach = (op.kind == K::Attach) == forward;
+        std::vector<std::pair<int, int>> single;
+        const std::vector<std::pair<int, int>>* roots = &single;
+        int parent = op.kind == K::Attach ? op.toParent : op.fromParent;
+        if (op.kind == K::Attach) single.emplace_back(op.toIndex, op.node);
+        else roots = &op.payload->roots;
+        if (attach) attachRoots(parent, *roots, op.data().owned);
+        else detachRoots(parent, *roots, op.data().owned);
+        if (op.kind == K::Attach && attach) op.payload.reset();  // the database owns the node again
+        break;
+    }
+    case K::Rename: doRename(op.node, forward ? op.payload->textAfter : op.payload->textBefore); break;
+    case K::Reparent:
+        if (forward) doReparent(op.node, op.toParent, op.toIndex);
+        else doReparent(op.node, op.fromParent, op.fromIndex);
+        break;
+    case K::Connect:
+        if (forward) doConnect(op.key, op.key2);
+        else doDisconnect(op.key2);
+        break;
+    case K::Disconnect:
+        if (forward) doDisconnect(op.key2);
+        else doConnect(op.key, op.key2);
+        break;
+    case K::Select: doSelect(forward ? op.payload->idsAfter : op.payload->idsBefore); break;
+    case K::AddCustom:
+        if (forward) doAddCustom(op.node, op.key.slot, op.payload->customDef, op.payload->after);
+        else doRemoveCustom(op.node, op.key.slot, op.payload->customDef, op.payload->after);
+        break;
+    case K::RemoveCustom: doSetCustomRemoved(op.node, op.key.slot, forward); break;
+    }
+}
+
+}  // namespace db

@@ -1,0 +1,79 @@
+#include <veldatabase/DatabaseChange.h>
+#include <veldatabase/NodeDef.h>
+
+namespace db {
+
+bool DatabaseChange::isEmpty() const {
+    return m_changedNodes.empty() && m_changedKeys.empty() && m_created.empty() && m_deleted.empty() &&
+           !m_connectionCreated && !m_connectionDeleted && !m_selectionChanged;
+}
+
+bool DatabaseChange::isTypeChanged(const NodeDef& def) const {
+    for (const NodeDef* changed : m_changedDefs)
+        if (changed->isA(def)) return true;
+    return false;
+}
+
+void DatabaseChange::addUnique(std::vector<int>& list, std::unordered_set<int>& set, int node) {
+    if (set.insert(node).second) list.push_back(node);
+}
+
+void DatabaseChange::recordObject(int node, const NodeDef& def) {
+    if (m_changedNodes.insert(node).second) m_changedDefs.insert(&def);
+}
+
+void DatabaseChange::recordAttribute(const AttrKey& key, int topLevelSlot, ValueType type, const NodeDef& def) {
+    recordObject(key.node, def);
+    m_changedKeys.insert(key);
+    if (key.element >= 0) m_changedKeys.insert(key.arrayKey());
+    if (topLevelSlot >= 0 && topLevelSlot != key.slot) m_changedKeys.insert(AttrKey{key.node, topLevelSlot});
+    m_changedTypes |= 1u << static_cast<unsigned>(type);
+}
+
+void DatabaseChange::recordCreated(int node, const NodeDef& def) {
+    recordObject(node, def);
+    addUnique(m_created, m_createdSet, node);
+}
+
+void DatabaseChange::recordDeleted(int node, const NodeDef& def) {
+    recordObject(node, def);
+    addUnique(m_deleted, m_deletedSet, node);
+}
+
+void DatabaseChange::recordRenamed(int node, const NodeDef& def) {
+    recordObject(node, def);
+    addUnique(m_renamed, m_renamedSet, node);
+}
+
+void DatabaseChange::recordReparented(int node, const NodeDef& def) {
+    recordObject(node, def);
+    addUnique(m_reparented, m_reparentedSet, node);
+}
+
+void DatabaseChange::recordConnection(bool created, bool reference) {
+    (created ? m_connectionCreated : m_connectionDeleted) = true;
+    if (reference) m_referenceChanged = true;
+}
+
+bool DatabaseChange::isOnlyAttributeChanged(const AttrKey& key) const {
+    return m_changedKeys.size() == 1 && m_changedKeys.count(key) && m_created.empty() && m_deleted.empty() &&
+           m_renamed.empty() && m_reparented.empty() && !m_connectionCreated && !m_connectionDeleted;
+}
+
+void DatabaseChange::merge(const DatabaseChange& later) {
+    m_changedNodes.insert(later.m_changedNodes.begin(), later.m_changedNodes.end());
+    m_changedKeys.insert(later.m_changedKeys.begin(), later.m_changedKeys.end());
+    m_changedDefs.insert(later.m_changedDefs.begin(), later.m_changedDefs.end());
+    m_changedTypes |= later.m_changedTypes;
+    for (int n : later.m_created) addUnique(m_created, m_createdSet, n);
+    for (int n : later.m_deleted) addUnique(m_deleted, m_deletedSet, n);
+    for (int n : later.m_renamed) addUnique(m_renamed, m_renamedSet, n);
+    for (int n : later.m_reparented) addUnique(m_reparented, m_reparentedSet, n);
+    m_connectionCreated |= later.m_connectionCreated;
+    m_connectionDeleted |= later.m_connectionDeleted;
+    m_referenceChanged |= later.m_referenceChanged;
+    m_selectionChanged |= later.m_selectionChanged;
+    if (!later.m_description.empty()) m_description = later.m_description;
+}
+
+}  // namespace db

@@ -1,0 +1,575 @@
+// Attribute values, custom attributes, connections and pull-based evaluation.
+#include <veldatabase/Database.h>
+
+#include "ImplicitBlock.h"
+#include "Journal.h"
+
+#include <algorithm>
+
+namespace db {
+
+const AttributeDef* Database::attributeDef(const AttrKey& key) const {
+    const Node* n = node(key.node);
+    if (!n) return nullptr;
+    const AttributeDef* def = n->slotDef(key.slot);
+    if (!def || isRemovedCustomSlot(key.node, key.slot)) return nullptr;
+    if (key.element < 0) return key.child < 0 ? def : nullptr;
+    if (!def->isArray) return nullptr;
+    const ValueList* list = n->array(key.slot);
+    if (!list || key.element >= static_cast<int>(list->size())) return nullptr;
+    if (key.child < 0) return def;
+    if (key.child >= static_cast<int>(def->children.size())) return nullptr;
+    return &def->children[static_cast<std::size_t>(key.child)];
+}
+
+bool Database::isArrayKey(const AttrKey& key) const {
+    const AttributeDef* def = attributeDef(key);
+    return def && def->isArray && key.element < 0;
+}
+
+ValueType Database::valueType(const AttrKey& key) const {
+    const AttributeDef* def = attributeDef(key);
+    return def ? def->type : ValueType::Compound;
+}
+
+int Database::topLevelOf(const Node& n, int slot) const {
+    if (n.isCustomSlot(slot)) return slot;
+    while (n.def().slot(slot).parent >= 0) slot = n.def().slot(slot).parent;
+    return slot;
+}
+
+Value Database::storedValue(const AttrKey& key) const {
+    const AttributeDef* def = attributeDef(key);
+    if (!def) return {};
+    const Node* n = node(key.node);
+    if (key.element < 0) return n->stored(key.slot);
+    const Value& element = (*n->array(key.slot))[static_cast<std::size_t>(key.element)];
+    if (key.child < 0) return element;
+    const ValueList* fields = element.tryGet<ValueList>();
+    return fields && key.child < static_cast<int>(fields->size()) ? (*fields)[static_cast<std::size_t>(key.child)]
+                                                                  : def->defaultValue;
+}
+
+Value Database::value(const AttrKey& key) const {
+    const AttributeDef* def = attributeDef(key);
+    if (!def) return {};
+    const Node* n = node(key.node);
+    if (def->has(Computed) && key.element < 0) {
+        auto it = m_cache.find(key);
+        if (it != m_cache.end()) return it->second;
+        Value v = n->def().compute(*this, *n, key.slot);
+        ++m_computeCount;
+        n->m_hasCache = true;
+        return m_cache.emplace(key, std::move(v)).first->second;
+    }
+    if (n->m_connections > 0) {
+        auto in = m_inputs.find(key);
+        if (in != m_inputs.end()) {
+            if (isMessageKey(in->second)) return Value(static_cast<std::int32_t>(in->second.node));
+            return value(in->second);
+        }
+    }
+    if (def->type == ValueType::ObjectRef && !isArrayKey(key)) return Value(static_cast<std::int32_t>(-1));
+    if (def->type == ValueType::Compound && !def->isArray && !n->isCustomSlot(key.slot)) {
+        const SlotInfo& info = n->def().slot(key.slot);
+        ValueList fields;
+        for (int c = 0; c < info.childCount; ++c) fields.push_back(value(AttrKey{key.node, info.firstChild + c}));
+        return Value(std::move(fields));
+    }
+    if (isArrayKey(key) && n->m_connections > 0) {
+        ValueList list = storedValue(key).get<ValueList>();
+        for (std::size_t e = 0; e < list.size(); ++e) list[e] = value(key.withElement(static_cast<int>(e)));
+        return Value(std::move(list));
+    }
+    if (def->type == ValueType::ObjectRef) {
+        // An array of references: each element reads its connection.
+        ValueList list;
+        for (int e = 0; e < arraySize(key); ++e) list.push_back(value(key.withElement(e)));
+        return Value(std::move(list));
+    }
+    return storedValue(key);
+}
+
+bool Database::coerce(const AttributeDef& def, bool wholeArray, const Value& in, Value& out) const {
+    if (wholeArray) {
+        const ValueList* list = in.tryGet<ValueList>();
+        if (!list) return false;
+        ValueList result;
+        result.reserve(list->size());
+        for (const Value& element : *list) {
+            Value converted;
+            if (!def.children.empty()) {
+                const ValueList* fields = element.tryGet<ValueList>();
+                if (!fields || fields->size() != def.children.size()) return false;
+                ValueList convertedFields;
+                for (std::size_t c = 0; c < fields->size(); ++c) {
+                    Value field;
+                    if (!coerce(def.children[c], false, (*fields)[c], field)) return false;
+                    convertedFields.push_back(std::move(field));
+                }
+                converted = Value(std::move(convertedFields));
+            } else if (!coerce(def, false, element, converted)) {
+                return false;
+            }
+            result.push_back(std::move(converted));
+        }
+        out = Value(std::move(result));
+        return true;
+    }
+    const bool numeric = in.is<std::int32_t>() || in.is<bool>() || in.is<float>() || in.is<double>();
+    switch (def.type) {
+    case ValueType::Int:
+        if (!numeric) return false;
+        out = Value(in.asInt());
+        return true;
+    case ValueType::Bool:
+        if (!numeric) return false;
+        out = Value(in.asBool());
+        return true;
+    case ValueType::Enum: {
+        int index = -1;
+        if (numeric) {
+            index = in.asInt();
+        } else if (in.is<std::string>()) {
+            for (std::size_t i = 0; i < def.enumNames.size(); ++i)
+                if (def.enumNames[i] == in.asString() ||
+                    (i < def.enumDisplayNames.size() && def.enumDisplayNames[i] == in.asString()))
+                    index = static_cast<int>(i);
+        }
+        if (index < 0 || (!def.enumNames.empty() && index >= static_cast<int>(def.enumNames.size()))) return false;
+        out = Value(static_cast<std::int32_t>(index));
+        return true;
+    }
+    case ValueType::Float:
+        if (!numeric) return false;
+        out = Value(static_cast<float>(in.asDouble()));
+        return true;
+    case ValueType::Double:
+        if (!numeric) return false;
+        out = Value(in.asDouble());
+        return true;
+    case ValueType::String:
+        if (!in.is<std::string>()) return false;
+        out = in;
+        return true;
+    case ValueType::Vector: out = in; return in.is<Velutils::Vec3>();
+    case ValueType::Quaternion: out = in; return in.is<Velutils::Quat>();
+    case ValueType::Matrix: out = in; return in.is<Velutils::Matrix4>();
+    default: return false;
+    }
+}
+
+bool Database::setValue(const AttrKey& key, const Value& v) {
+    const AttributeDef* def = attributeDef(key);
+    if (!def || def->has(Computed) || def->type == ValueType::ObjectRef) return false;
+    if (def->type == ValueType::Compound && def->children.empty()) return false;
+    if (def->type == ValueType::Compound && !def->isArray) {
+        // A compound takes one value per child.
+        const ValueList* fields = v.tryGet<ValueList>();
+        const Node* n = node(key.node);
+        if (!fields || n->isCustomSlot(key.slot)) return false;
+        const SlotInfo& info = n->def().slot(key.slot);
+        if (static_cast<int>(fields->size()) != info.childCount) return false;
+        ImplicitBlock block(*this);
+        bool ok = true;
+        for (int c = 0; c < info.childCount; ++c)
+            ok = setValue(AttrKey{key.node, info.firstChild + c}, (*fields)[static_cast<std::size_t>(c)]) && ok;
+        return ok;
+    }
+    if (m_inputs.count(key)) return false;
+    Value converted;
+    if (!coerce(*def, isArrayKey(key), v, converted)) return false;
+    Value before = storedValue(key);
+    if (before == converted) return true;
+    ImplicitBlock block(*this);
+    if (isArrayKey(key)) {
+        // Elements that disappear lose their connections first.
+        int newSize = static_cast<int>(converted.get<ValueList>().size());
+        for (int e = newSize; e < arraySize(key); ++e) {
+            std::vector<std::pair<AttrKey, AttrKey>> links;
+            AttrKey element = key.withElement(e);
+            if (m_inputs.count(element)) disconnect(element);
+            for (int c = 0; c < static_cast<int>(def->children.size()); ++c)
+                if (m_inputs.count(key.withElement(e, c))) disconnect(key.withElement(e, c));
+            std::vector<AttrKey> outs;
+            outputs(element, outs);
+            for (const AttrKey& o : outs) disconnect(o);
+        }
+    }
+    journalSetValue(key, before, converted);
+    doSetStored(key, converted);
+    return true;
+}
+
+int Database::arraySize(const AttrKey& key) const {
+    if (!isArrayKey(key)) return 0;
+    const ValueList* list = node(key.node)->array(key.slot);
+    return list ? static_cast<int>(list->size()) : 0;
+}
+
+bool Database::resizeArray(const AttrKey& key, int size) {
+    const AttributeDef* def = attributeDef(key);
+    if (!def || !isArrayKey(key) || size < 0) return false;
+    ValueList list = storedValue(key).get<ValueList>();
+    Value element = def->defaultValue;
+    if (!def->children.empty()) {
+        ValueList fields;
+        for (const AttributeDef& c : def->children) fields.push_back(c.defaultValue);
+        element = Value(std::move(fields));
+    }
+    list.resize(static_cast<std::size_t>(size), element);
+    if (def->type == ValueType::ObjectRef) {
+        // References hold no stored value; only the element count matters.
+        for (Value& v : list) v = Value(static_cast<std::int32_t>(-1));
+        if (static_cast<int>(list.size()) == arraySize(key)) return true;
+        ImplicitBlock block(*this);
+        for (int e = size; e < arraySize(key); ++e)
+            if (m_inputs.count(key.withElement(e))) disconnect(key.withElement(e));
+        Value before = storedValue(key);
+        journalSetValue(key, before, Value(list));
+        doSetStored(key, Value(std::move(list)));
+        return true;
+    }
+    return setValue(key, Value(std::move(list)));
+}
+
+void Database::doSetStored(const AttrKey& key, const Value& v) {
+    Node* n = node(key.node);
+    if (key.element < 0) {
+        n->store(key.slot, v);
+    } else {
+        ValueList& list = n->mutableArray(key.slot);
+        Value& element = list[static_cast<std::size_t>(key.element)];
+        if (key.child < 0) {
+            element = v;
+        } else {
+            element.get<ValueList>()[static_cast<std::size_t>(key.child)] = v;
+        }
+    }
+    markDirty(key);
+    if (key == m_timeKey) {
+        for (int id : m_timeNodes) {
+            const Node* t = node(id);
+            for (int s : t->def().computedSlots())
+                if (t->def().slot(s).def->has(TimeDependent)) markDirty(AttrKey{id, s});
+        }
+    }
+}
+
+// ---------------------------------------------------------------- custom attributes
+
+bool Database::isRemovedCustomSlot(int id, int slot) const {
+    const Node* n = node(id);
+    if (!n || !n->isCustomSlot(slot) || !n->m_custom) return false;
+    std::size_t c = static_cast<std::size_t>(slot - n->def().slotCount());
+    return c < n->m_custom->removed.size() && n->m_custom->removed[c];
+}
+
+int Database::addCustomAttribute(int id, AttributeDef def) {
+    Node* n = node(id);
+    if (!n || id == RootId) return -1;
+    def.name = sanitizeName(def.name);
+    if (def.type == ValueType::Compound || n->findTopLevel(def.name) >= 0) return -1;
+    if (def.displayName.empty()) def.displayName = def.name;
+    if (def.type == ValueType::ObjectRef) def.flags &= ~static_cast<std::uint32_t>(Animatable);
+    def.flags &= ~static_cast<std::uint32_t>(Computed | TimeDependent | Internal);
+    Value initial = def.isArray ? Value(ValueList{}) : def.defaultValue;
+    if (!def.isArray && def.type != ValueType::ObjectRef) {
+        Value converted;
+        if (!initial.isNone() && !coerce(def, false, initial, converted)) return -1;
+        if (initial.isNone()) {
+            AttributeDef probe = def;
+            Value zero = def.type == ValueType::String ? Value(std::string()) : Value(0.0);
+            if (def.type == ValueType::Vector) zero = Value(Velutils::Vec3{});
+            if (def.type == ValueType::Quaternion) zero = Value(Velutils::Quat{});
+            if (def.type == ValueType::Matrix) zero = Value(Velutils::Matrix4::identity());
+            if (!coerce(probe, false, zero, converted)) return -1;
+        }
+        initial = converted;
+        def.defaultValue = converted;
+    }
+    ImplicitBlock block(*this);
+    int slot = n->slotCount();
+    auto owned = std::make_unique<AttributeDef>(std::move(def));
+    doAddCustom(id, slot, owned, initial);
+    JournalOp op;
+    op.kind = JournalOp::Kind::AddCustom;
+    op.node = id;
+    op.key = AttrKey{id, slot};
+    op.data().after = initial;
+    journal(std::move(op));
+    return slot;
+}
+
+void Database::doAddCustom(int id, int slot, std::unique_ptr<AttributeDef>& def, const Value& value) {
+    Node* n = node(id);
+    if (!n->m_custom) n->m_custom = std::make_unique<Node::CustomAttributes>();
+    n->m_custom->defs.push_back(std::move(def));
+    n->m_custom->values.push_back(value);
+    n->m_custom->removed.push_back(0);
+    (void)slot;
+    m_open->change->recordAttribute(AttrKey{id, slot}, slot, n->slotDef(slot)->type, n->def());
+}
+
+void Database::doRemoveCustom(int id, int slot, std::unique_ptr<AttributeDef>& def, Value& value) {
+    Node* n = node(id);
+    def = std::move(n->m_custom->defs.back());
+    value = n->m_custom->values.back();
+    n->m_custom->defs.pop_back();
+    n->m_custom->values.pop_back();
+    n->m_custom->removed.pop_back();
+    m_open->change->recordObject(id, n->def());
+    (void)slot;
+}
+
+bool Database::removeCustomAttribute(int id, int slot) {
+    Node* n = node(id);
+    if (!n || !n->isCustomSlot(slot) || !n->slotDef(slot) || isRemovedCustomSlot(id, slot)) return false;
+    ImplicitBlock block(*this);
+    AttrKey key{id, slot};
+    if (m_inputs.count(key)) disconnect(key);
+    std::vector<AttrKey> outs;
+    outputs(key, outs);
+    for (const AttrKey& o : outs) disconnect(o);
+    for (int e = 0; e < arraySize(key); ++e) {
+        if (m_inputs.count(key.withElement(e))) disconnect(key.withElement(e));
+        outs.clear();
+        outputs(key.withElement(e), outs);
+        for (const AttrKey& o : outs) disconnect(o);
+    }
+    JournalOp op;
+    op.kind = JournalOp::Kind::RemoveCustom;
+    op.node = id;
+    op.key = key;
+    doSetCustomRemoved(id, slot, true);
+    journal(std::move(op));
+    return true;
+}
+
+void Database::doSetCustomRemoved(int id, int slot, bool removed) {
+    Node* n = node(id);
+    n->m_custom->removed[static_cast<std::size_t>(slot - n->def().slotCount())] = removed ? 1 : 0;
+    m_open->change->recordObject(id, n->def());
+    m_open->change->recordAttribute(AttrKey{id, slot}, slot, n->slotDef(slot)->type, n->def());
+}
+
+// ---------------------------------------------------------------- connections
+
+AttrKey Database::input(const AttrKey& destination) const {
+    auto it = m_inputs.find(destination);
+    return it == m_inputs.end() ? AttrKey{} : it->second;
+}
+
+void Database::outputs(const AttrKey& source, std::vector<AttrKey>& out) const {
+    auto it = m_outputs.find(source);
+    if (it != m_outputs.end()) out.insert(out.end(), it->second.begin(), it->second.end());
+}
+
+bool Database::hasOutputs(const AttrKey& source) const {
+    auto it = m_outputs.find(source);
+    return it != m_outputs.end() && !it->second.empty();
+}
+
+void Database::connections(int id, std::vector<std::pair<AttrKey, AttrKey>>& out) const {
+    const Node* n = node(id);
+    if (!n || n->m_connections == 0) return;
+    auto visit = [&](const AttrKey& k) {
+        auto in = m_inputs.find(k);
+        if (in != m_inputs.end()) out.emplace_back(in->second, k);
+        auto o = m_outputs.find(k);
+        if (o != m_outputs.end())
+            for (const AttrKey& d : o->second) out.emplace_back(k, d);
+    };
+    for (int s = 0; s < n->slotCount(); ++s) {
+        AttrKey k{id, s};
+        visit(k);
+        const AttributeDef* def = n->slotDef(s);
+        if (!def || !def->isArray) continue;
+        const ValueList* list = n->array(s);
+        int size = list ? static_cast<int>(list->size()) : 0;
+        for (int e = 0; e < size; ++e) {
+            visit(k.withElement(e));
+            for (int c = 0; c < static_cast<int>(def->children.size()); ++c) visit(k.withElement(e, c));
+        }
+    }
+}
+
+void Database::forEachConnection(const std::function<void(const AttrKey&, const AttrKey&)>& visit) const {
+    for (const auto& [dst, src] : m_inputs) visit(src, dst);
+}
+
+void Database::upstream(const AttrKey& key, std::vector<AttrKey>& out) const {
+    const Node* n = node(key.node);
+    const AttributeDef* def = attributeDef(key);
+    if (!n || !def) return;
+    auto in = m_inputs.find(key);
+    if (in != m_inputs.end() && !isMessageKey(in->second)) out.push_back(in->second);
+    if (isArrayKey(key) && n->m_connections > 0) {
+        for (int e = 0; e < arraySize(key); ++e) out.push_back(key.withElement(e));
+    }
+    if (!n->isCustomSlot(key.slot) && key.element < 0 && def->type == ValueType::Compound && !def->isArray) {
+        const SlotInfo& info = n->def().slot(key.slot);
+        for (int c = 0; c < info.childCount; ++c) out.push_back(AttrKey{key.node, info.firstChild + c});
+    }
+    if (!def->has(Computed)) return;
+    // A computed value depends on every input of its node, its parent link and the time.
+    for (int s = 0; s < n->slotCount(); ++s) {
+        const AttributeDef* d = n->slotDef(s);
+        if (d && s != key.slot && (!d->has(Computed) || n->def().slot(s).parent < 0)) out.push_back(AttrKey{key.node, s});
+    }
+    for (const auto& [parentSlot, own] : n->def().parentLinks())
+        if (own == key.slot && n->m_parent >= 0) out.push_back(AttrKey{n->m_parent, parentSlot});
+    if (def->has(TimeDependent) && m_timeKey.isValid()) out.push_back(m_timeKey);
+}
+
+bool Database::dependsOn(const AttrKey& from, const AttrKey& target) const {
+    std::vector<AttrKey> stack{from};
+    std::unordered_set<AttrKey, AttrKeyHash> seen{from};
+    while (!stack.empty()) {
+        AttrKey k = stack.back();
+        stack.pop_back();
+        if (k == target) return true;
+        std::size_t before = stack.size();
+        upstream(k, stack);
+        // Keep only keys not seen yet.
+        std::size_t write = before;
+        for (std::size_t i = before; i < stack.size(); ++i)
+            if (seen.insert(stack[i]).second) stack[write++] = stack[i];
+        stack.resize(write);
+    }
+    return false;
+}
+
+bool Database::connect(const AttrKey& source, const AttrKey& destination, std::string* reason) {
+    auto fail = [&](const char* why) {
+        if (reason) *reason = why;
+        return false;
+    };
+    const AttributeDef* src = attributeDef(source);
+    const AttributeDef* dst = attributeDef(destination);
+    if (!src || !dst) return fail("no such attribute");
+    if (source == destination) return fail("an attribute cannot feed itself");
+    if (dst->has(Computed) || dst->has(Internal)) return fail("the destination is computed by its object");
+    if (!dst->has(Assigned)) return fail("the destination does not take inputs");
+    if (isMessageKey(source)) {
+        if (dst->type != ValueType::ObjectRef || isArrayKey(destination))
+            return fail("only an object reference can refer to an object");
+        if (!dst->refType.empty() && !node(source.node)->def().isA(dst->refType))
+            return fail("the object is not of the referenced type");
+    } else {
+        if (src->type != dst->type || isArrayKey(source) != isArrayKey(destination))
+            return fail("the attribute types differ");
+        if (src->type == ValueType::Compound || src->type == ValueType::ObjectRef)
+            return fail("compounds and references connect through their fields and objects");
+        if (dependsOn(source, destination)) return fail("the connection would make a cycle");
+    }
+    AttrKey existing = input(destination);
+    if (existing == source) return true;
+    ImplicitBlock block(*this);
+    if (existing.isValid()) disconnect(destination);
+    JournalOp op;
+    op.kind = JournalOp::Kind::Connect;
+    op.key = source;
+    op.key2 = destination;
+    doConnect(source, destination);
+    journal(std::move(op));
+    return true;
+}
+
+bool Database::disconnect(const AttrKey& destination) {
+    AttrKey source = input(destination);
+    if (!source.isValid()) return false;
+    ImplicitBlock block(*this);
+    JournalOp op;
+    op.kind = JournalOp::Kind::Disconnect;
+    op.key = source;
+    op.key2 = destination;
+    doDisconnect(destination);
+    journal(std::move(op));
+    return true;
+}
+
+void Database::disconnectAll(int id) {
+    std::vector<std::pair<AttrKey, AttrKey>> links;
+    connections(id, links);
+    for (const auto& link : links) disconnect(link.second);
+}
+
+void Database::doConnect(const AttrKey& source, const AttrKey& destination) {
+    m_inputs[destination] = source;
+    m_outputs[source].push_back(destination);
+    ++node(source.node)->m_connections;
+    ++node(destination.node)->m_connections;
+    m_open->change->recordConnection(true, isMessageKey(source));
+    markDirty(destination);
+}
+
+void Database::doDisconnect(const AttrKey& destination) {
+    auto in = m_inputs.find(destination);
+    if (in == m_inputs.end()) return;
+    AttrKey source = in->second;
+    m_inputs.erase(in);
+    auto out = m_outputs.find(source);
+    if (out != m_outputs.end()) {
+        auto& list = out->second;
+        list.erase(std::remove(list.begin(), list.end(), destination), list.end());
+        if (list.empty()) m_outputs.erase(out);
+    }
+    if (Node* s = node(source.node)) --s->m_connections;
+    if (Node* d = node(destination.node)) --d->m_connections;
+    m_open->change->recordConnection(false, isMessageKey(source));
+    markDirty(destination);
+}
+
+// ---------------------------------------------------------------- evaluation
+
+void Database::recordKey(const AttrKey& key) {
+    if (!m_open) return;
+    const Node* n = node(key.node);
+    const AttributeDef* def = attributeDef(key);
+    if (!n || !def) return;
+    m_open->change->recordAttribute(key, topLevelOf(*n, key.slot), def->type, n->def());
+}
+
+void Database::markDirty(const AttrKey& seed) {
+    std::vector<AttrKey> stack{seed};
+    bool isSeed = true;
+    while (!stack.empty()) {
+        AttrKey k = stack.back();
+        stack.pop_back();
+        const Node* n = node(k.node);
+        const AttributeDef* def = n ? attributeDef(k) : nullptr;
+        if (!def) {
+            isSeed = false;
+            continue;
+        }
+        const bool computed = def->has(Computed);
+        if (computed) {
+            auto it = m_cache.find(k);
+            if (it != m_cache.end()) {
+                m_cache.erase(it);
+            } else if (!isSeed) {
+                continue;  // never read since it last changed: nothing below it is cached either
+            }
+        }
+        isSeed = false;
+        recordKey(k);
+        auto out = m_outputs.find(k);
+        if (out != m_outputs.end()) stack.insert(stack.end(), out->second.begin(), out->second.end());
+        if (k.element >= 0) {
+            auto whole = m_outputs.find(k.arrayKey());
+            if (whole != m_outputs.end()) stack.insert(stack.end(), whole->second.begin(), whole->second.end());
+        }
+        for (int s : n->def().computedSlots())
+            if (s != k.slot) stack.push_back(AttrKey{k.node, s});
+        if (computed) {
+            for (int c : n->m_children) {
+                const Node* child = node(c);
+                for (const auto& [parentSlot, own] : child->def().parentLinks())
+                    if (parentSlot == k.slot) stack.push_back(AttrKey{c, own});
+            }
+        }
+    }
+}
+
+}  // namespace db

@@ -1,0 +1,164 @@
+#include <veldatabase/Node.h>
+
+#include <cstring>
+
+namespace db {
+
+namespace {
+template <class T> T load(const unsigned char* p) {
+    T v;
+    std::memcpy(&v, p, sizeof(T));
+    return v;
+}
+template <class T> void save(unsigned char* p, const T& v) { std::memcpy(p, &v, sizeof(T)); }
+}  // namespace
+
+Node::Node(int id, const NodeDef& def, std::string name) : m_id(id), m_def(&def), m_name(std::move(name)) {
+    std::size_t size = def.storageSize();
+    if (size) {
+        m_data = new unsigned char[size];
+        std::memcpy(m_data, def.defaultStorage(), size);
+    }
+    for (int s : def.ownedStorageSlots()) {
+        const AttributeDef& a = *def.slot(s).def;
+        if (!a.isArray && !a.defaultValue.asString().empty())
+            save(slotData(s), new std::string(a.defaultValue.asString()));
+    }
+}
+
+Node::~Node() {
+    for (int s : m_def->ownedStorageSlots()) {
+        unsigned char* p = slotData(s);
+        if (m_def->slot(s).def->isArray)
+            delete load<ValueList*>(p);
+        else
+            delete load<std::string*>(p);
+    }
+    delete[] m_data;
+}
+
+unsigned char* Node::slotData(int slot) const { return m_data + m_def->slot(slot).offset; }
+
+const AttributeDef* Node::slotDef(int slot) const {
+    if (slot < 0) return nullptr;
+    if (slot < m_def->slotCount()) return m_def->slot(slot).def;
+    int c = slot - m_def->slotCount();
+    if (c < customCount()) return m_custom->defs[static_cast<std::size_t>(c)].get();
+    return nullptr;
+}
+
+int Node::topLevelSlot(int index) const {
+    if (index < 0) return -1;
+    if (index < m_def->topLevelCount()) return m_def->topLevelSlot(index);
+    int c = index - m_def->topLevelCount();
+    return c < customCount() ? m_def->slotCount() + c : -1;
+}
+
+int Node::findTopLevel(const std::string& name) const {
+    int s = m_def->findTopLevel(name);
+    if (s >= 0) return s;
+    for (int c = 0; c < customCount(); ++c)
+        if (m_custom->defs[static_cast<std::size_t>(c)]->name == name) return m_def->slotCount() + c;
+    return -1;
+}
+
+Value Node::stored(int slot) const {
+    const AttributeDef* def = slotDef(slot);
+    if (!def) return {};
+    if (isCustomSlot(slot)) return m_custom->values[static_cast<std::size_t>(slot - m_def->slotCount())];
+    int offset = m_def->slot(slot).offset;
+    if (offset < 0) return {};
+    const unsigned char* p = m_data + offset;
+    if (def->isArray) {
+        const ValueList* list = load<ValueList*>(p);
+        return list ? Value(*list) : Value(ValueList{});
+    }
+    switch (def->type) {
+    case ValueType::Bool: return Value(load<bool>(p));
+    case ValueType::Int:
+    case ValueType::Enum: return Value(load<std::int32_t>(p));
+    case ValueType::Float: return Value(load<float>(p));
+    case ValueType::Double: return Value(load<double>(p));
+    case ValueType::String: {
+        const std::string* s = load<std::string*>(p);
+        return Value(s ? *s : std::string());
+    }
+    case ValueType::Vector: return Value(load<Velutils::Vec3>(p));
+    case ValueType::Quaternion: return Value(load<Velutils::Quat>(p));
+    case ValueType::Matrix: return Value(load<Velutils::Matrix4>(p));
+    default: return {};
+    }
+}
+
+void Node::store(int slot, const Value& value) {
+    const AttributeDef* def = slotDef(slot);
+    if (!def) return;
+    if (isCustomSlot(slot)) {
+        m_custom->values[static_cast<std::size_t>(slot - m_def->slotCount())] = value;
+        return;
+    }
+    int offset = m_def->slot(slot).offset;
+    if (offset < 0) return;
+    unsigned char* p = m_data + offset;
+    if (def->isArray) {
+        mutableArray(slot) = value.tryGet<ValueList>() ? value.get<ValueList>() : ValueList{};
+        return;
+    }
+    switch (def->type) {
+    case ValueType::Bool: save(p, value.asBool()); break;
+    case ValueType::Int:
+    case ValueType::Enum: save(p, value.asInt()); break;
+    case ValueType::Float: save(p, static_cast<float>(value.asDouble())); break;
+    case ValueType::Double: save(p, value.asDouble()); break;
+    case ValueType::String: {
+        std::string* s = load<std::string*>(p);
+        const std::string& text = value.asString();
+        if (text.empty()) {
+            delete s;
+            save<std::string*>(p, nullptr);
+        } else if (s) {
+            *s = text;
+        } else {
+            save(p, new std::string(text));
+        }
+        break;
+    }
+    case ValueType::Vector:
+        if (auto v = value.tryGet<Velutils::Vec3>()) save(p, *v);
+        break;
+    case ValueType::Quaternion:
+        if (auto v = value.tryGet<Velutils::Quat>()) save(p, *v);
+        break;
+    case ValueType::Matrix:
+        if (auto v = value.tryGet<Velutils::Matrix4>()) save(p, *v);
+        break;
+    default: break;
+    }
+}
+
+const ValueList* Node::array(int slot) const {
+    const AttributeDef* def = slotDef(slot);
+    if (!def || !def->isArray) return nullptr;
+    if (isCustomSlot(slot)) {
+        return m_custom->values[static_cast<std::size_t>(slot - m_def->slotCount())].tryGet<ValueList>();
+    }
+    int offset = m_def->slot(slot).offset;
+    return offset < 0 ? nullptr : load<ValueList*>(m_data + offset);
+}
+
+ValueList& Node::mutableArray(int slot) {
+    if (isCustomSlot(slot)) {
+        Value& v = m_custom->values[static_cast<std::size_t>(slot - m_def->slotCount())];
+        if (!v.is<ValueList>()) v = Value(ValueList{});
+        return v.get<ValueList>();
+    }
+    unsigned char* p = m_data + m_def->slot(slot).offset;
+    ValueList* list = load<ValueList*>(p);
+    if (!list) {
+        list = new ValueList();
+        save(p, list);
+    }
+    return *list;
+}
+
+}  // namespace db
