@@ -450,12 +450,12 @@ void Database::deliver(std::shared_ptr<DatabaseChange> change) {
         ~Reset() { db.m_notifying = false; }
     } reset{*this};
     while (!m_queue.empty()) {
-        std::shared_ptr<DatabaseChange> current = m_queue.front();
+        std::shared_ptr<const DatabaseChange> current = m_queue.front();
         m_queue.pop_front();
         std::vector<DatabaseObserver*> snapshot = m_observers;
         for (DatabaseObserver* o : snapshot) {
             if (std::find(m_observers.begin(), m_observers.end(), o) != m_observers.end())
-                o->onDatabaseChanged(*this, *current);
+                o->onDatabaseChanged(*this, current);
         }
     }
 }

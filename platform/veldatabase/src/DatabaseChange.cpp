@@ -8,6 +8,11 @@ bool DatabaseChange::isEmpty() const {
            !m_connectionCreated && !m_connectionDeleted && !m_selectionChanged;
 }
 
+bool DatabaseChange::hasEdits() const {
+    return !m_changedNodes.empty() || !m_changedKeys.empty() || !m_created.empty() || !m_deleted.empty() ||
+           m_connectionCreated || m_connectionDeleted;
+}
+
 bool DatabaseChange::isTypeChanged(const NodeDef& def) const {
     for (const NodeDef* changed : m_changedDefs)
         if (changed->isA(def)) return true;
@@ -60,10 +65,16 @@ bool DatabaseChange::isOnlyAttributeChanged(const AttrKey& key) const {
            m_renamed.empty() && m_reparented.empty() && !m_connectionCreated && !m_connectionDeleted;
 }
 
+bool DatabaseChange::isOnlyValueSet(const AttrKey& key) const {
+    return m_directKeys.size() == 1 && m_directKeys.count(key) && m_created.empty() && m_deleted.empty() &&
+           m_renamed.empty() && m_reparented.empty() && !m_connectionCreated && !m_connectionDeleted;
+}
+
 void DatabaseChange::merge(const DatabaseChange& later) {
     m_changedNodes.insert(later.m_changedNodes.begin(), later.m_changedNodes.end());
     m_changedKeys.insert(later.m_changedKeys.begin(), later.m_changedKeys.end());
     m_changedDefs.insert(later.m_changedDefs.begin(), later.m_changedDefs.end());
+    m_directKeys.insert(later.m_directKeys.begin(), later.m_directKeys.end());
     m_changedTypes |= later.m_changedTypes;
     for (int n : later.m_created) addUnique(m_created, m_createdSet, n);
     for (int n : later.m_deleted) addUnique(m_deleted, m_deletedSet, n);

@@ -66,7 +66,10 @@ Value Database::value(const AttrKey& key) const {
         auto in = m_inputs.find(key);
         if (in != m_inputs.end()) {
             if (isMessageKey(in->second)) return Value(static_cast<std::int32_t>(in->second.node));
-            return value(in->second);
+            Value v = value(in->second);
+            Value converted;
+            if (valueType(in->second) != def->type && coerce(*def, false, v, converted)) return converted;
+            return v;
         }
     }
     if (def->type == ValueType::ObjectRef && !isArrayKey(key)) return Value(static_cast<std::int32_t>(-1));
@@ -235,6 +238,7 @@ bool Database::resizeArray(const AttrKey& key, int size) {
 
 void Database::doSetStored(const AttrKey& key, const Value& v) {
     Node* n = node(key.node);
+    m_open->change->recordDirect(key);
     if (key.element < 0) {
         n->store(key.slot, v);
     } else {
@@ -457,7 +461,8 @@ bool Database::connect(const AttrKey& source, const AttrKey& destination, std::s
         if (!dst->refType.empty() && !node(source.node)->def().isA(dst->refType))
             return fail("the object is not of the referenced type");
     } else {
-        if (src->type != dst->type || isArrayKey(source) != isArrayKey(destination))
+        const bool numericDrive = src->has(NumericOutput) && isNumeric(dst->type) && !isArrayKey(destination);
+        if ((src->type != dst->type && !numericDrive) || isArrayKey(source) != isArrayKey(destination))
             return fail("the attribute types differ");
         if (src->type == ValueType::Compound || src->type == ValueType::ObjectRef)
             return fail("compounds and references connect through their fields and objects");

@@ -17,6 +17,7 @@ class NodeDef;
 class DatabaseChange {
 public:
     bool isEmpty() const;
+    bool hasEdits() const;  // anything besides the selection
 
     bool isObjectCreated() const { return !m_created.empty(); }
     bool isObjectDeleted() const { return !m_deleted.empty(); }
@@ -36,6 +37,9 @@ public:
     }
     bool isTypeChanged(const NodeDef& def) const;
     bool isOnlyAttributeChanged(const AttrKey& key) const;
+    // True when the only value written directly (not through evaluation) was `key`, with no
+    // structural edit: a change of the current time, say.
+    bool isOnlyValueSet(const AttrKey& key) const;
 
     const std::vector<int>& created() const { return m_created; }
     const std::vector<int>& deleted() const { return m_deleted; }
@@ -54,6 +58,7 @@ public:
     void recordReparented(int node, const NodeDef& def);
     void recordConnection(bool created, bool reference);
     void recordSelection() { m_selectionChanged = true; }
+    void recordDirect(const AttrKey& key) { m_directKeys.insert(key); }
     void setTransient(bool transient) { m_transient = transient; }
     void setDescription(std::string d) { m_description = std::move(d); }
     // Folds a later change into this one (transient rounds gathered into their commit).
@@ -65,6 +70,7 @@ private:
     std::unordered_set<int> m_changedNodes;
     std::unordered_set<AttrKey, AttrKeyHash> m_changedKeys;
     std::unordered_set<const NodeDef*> m_changedDefs;
+    std::unordered_set<AttrKey, AttrKeyHash> m_directKeys;
     std::uint32_t m_changedTypes = 0;
     std::vector<int> m_created, m_deleted, m_renamed, m_reparented;
     std::unordered_set<int> m_createdSet, m_deletedSet, m_renamedSet, m_reparentedSet;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <memory>
+
 namespace db {
 
 class Database;
@@ -9,7 +11,8 @@ class DatabaseChange;
 class DatabaseObserver {
 public:
     virtual ~DatabaseObserver() = default;
-    virtual void onDatabaseChanged(Database& db, const DatabaseChange& change) = 0;
+    // The change stays alive as long as someone holds it.
+    virtual void onDatabaseChanged(Database& db, const std::shared_ptr<const DatabaseChange>& change) = 0;
 };
 
 }  // namespace db

@@ -31,7 +31,13 @@ enum AttributeFlag : std::uint32_t {
     Animatable = 1u << 4,
     TimeDependent = 1u << 5,  // computed from the scene's current time
     Internal = 1u << 6,       // kept by the core, never saved (e.g. the message attribute)
+    NumericOutput = 1u << 7,  // may drive any numeric input (animation curves drive bools and enums too)
 };
+
+inline bool isNumeric(ValueType t) {
+    return t == ValueType::Int || t == ValueType::Bool || t == ValueType::Enum || t == ValueType::Float ||
+           t == ValueType::Double;
+}
 
 constexpr std::uint32_t DefaultFlags = Editable | Visible | Assigned;
 

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <velxcore/XAttribute.h>
+#include <velxcore/XKeyframe.h>
+#include <velxcore/XObject.h>
+
+#include <velutils/VelPoint2D.h>
+#include <velutils/Vector.h>
+
+namespace VelX {
+
+// The animation curve object that drives one animated attribute.
+class XAnimation : public XObject {
+public:
+    static const std::wstring TypeID;
+    XAnimation() = default;
+    explicit XAnimation(const XObject& object);
+
+    int KeyframeCount() const;
+    XKeyframe Keyframe(int index) const;
+    XAttribute PreExtrapolation() const;   // enumeration: constant, linear, cycle, oscillate
+    XAttribute PostExtrapolation() const;
+    XAttribute PreGradient() const;        // slope used before the first key by linear extrapolation
+    XAttribute PostGradient() const;
+    XAttribute Keys() const;
+    XAttribute Output() const;
+    // Points of the curve from its first to its last key, placed where it bends, within both
+    // tolerances (frames, value units) of the true curve.
+    void CurvePoints(Velutils::Vector<Velutils::VelPoint2D>& out, float toleranceX, float toleranceY) const;
+    float Evaluate(float frame) const;
+    // Adds a key or replaces the key at the same frame; returns its handle.
+    XKeyframe AddKeyframe(float frame, float value);
+    bool RemoveKeyframe(int index);
+};
+
+}  // namespace VelX

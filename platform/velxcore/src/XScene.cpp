@@ -1,0 +1,131 @@
+#include <velxcore/XApplication.h>
+#include <velxcore/XObjectDef.h>
+#include <velxcore/XObjectTypes.h>
+#include <velxcore/XScene.h>
+#include <velxcore/XSceneChange.h>
+#include <velxcore/XSceneFile.h>
+#include <velxcore/XSceneObserver.h>
+
+#include <veldatabase/Database.h>
+#include <velscenegraph/SceneGraphNodes.h>
+#include <velutils/StringUtils.h>
+
+#include <memory>
+
+namespace VelX {
+
+using Velutils::StringUtils;
+
+namespace {
+// Calls every registered scene observer that is still registered when its turn comes.
+template <class Call> void notifyObservers(Call&& call) {
+    XApplication& app = XApplication::Instance();
+    for (XSceneObserver* o : app.SceneObservers())
+        if (app.IsSceneObserver(o)) call(o);
+}
+}  // namespace
+
+XScene::XScene() : m_database(this), m_selection(m_database) {
+    m_database.db().addObserver(this);
+    ensureSettingsObjects();
+    m_database.db().clearUndo();
+}
+
+XScene::~XScene() { m_database.db().removeObserver(this); }
+
+XObject XScene::RootObject() { return m_database.RootObject(); }
+
+XSceneSettings XScene::SceneSettings() { return XSceneSettings(m_database.Object(XSceneSettings::TypeID)); }
+
+void XScene::ensureSettingsObjects() {
+    db::Database& d = m_database.db();
+    d.beginChangeBlock();
+    for (XObjectDef* def : XApplication::Instance().ObjectDefinitions()) {
+        const db::NodeDef* node = def->nodeDef();
+        if (!node || !node->hasFlag(db::SettingsType)) continue;
+        const std::string name = node->typeName();
+        if (d.findChild(db::Database::RootId, name) >= 0) continue;
+        int id = d.create(*node, name, db::Database::RootId);
+        std::unique_ptr<XObject> wrapper(def->CreateObject(m_database, id));
+        if (wrapper) wrapper->onInitialize();
+    }
+    d.endChangeBlock();
+    XSceneSettings settings = SceneSettings();
+    if (settings.IsValid()) d.setTimeKey(settings.Attribute(sg::Index::Frame).key());
+}
+
+void XScene::New() {
+    m_database.db().reset();
+    m_fileName.clear();
+    ensureSettingsObjects();
+    m_database.db().clearUndo();
+    notifyObservers([&](XSceneObserver* o) { o->OnSceneCreated(*this); });
+}
+
+bool XScene::Save(const std::wstring& fileName, std::wstring* error) {
+    std::string message;
+    if (!XSceneFile::save(m_database.db(), StringUtils::toUtf8(fileName), message)) {
+        if (error) *error = StringUtils::toWide(message);
+        XApplication::Instance().LogInformation(StringUtils::toWide(message).c_str());
+        return false;
+    }
+    m_fileName = fileName;
+    return true;
+}
+
+bool XScene::Load(const std::wstring& fileName, std::wstring* error) {
+    std::string message;
+    if (!XSceneFile::load(m_database.db(), StringUtils::toUtf8(fileName), message)) {
+        if (error) *error = StringUtils::toWide(message);
+        XApplication::Instance().LogInformation(StringUtils::toWide(message).c_str());
+        return false;
+    }
+    m_fileName = fileName;
+    ensureSettingsObjects();
+    m_database.db().clearUndo();
+    notifyObservers([&](XSceneObserver* o) { o->OnSceneLoaded(*this); });
+    return true;
+}
+
+XObjectController* XScene::FindObjectController(const XObject& object) {
+    (void)object;
+    return nullptr;  // no controller drives objects until controllers are attached by tools
+}
+
+XScene& XScene::DeleteSelection() {
+    Velutils::Vector<XObject> selected;
+    m_selection.Objects(selected);
+    m_database.DeleteObjects(selected);
+    return *this;
+}
+
+XScene& XScene::ReparentSelection(const std::wstring& parentPath) {
+    XObject parent = parentPath.empty() ? RootObject() : m_database.Object(parentPath);
+    if (!parent.IsValid()) return *this;
+    Velutils::Vector<XObject> selected;
+    m_selection.Objects(selected);
+    m_database.BeginChangeBlock();
+    for (XObject& o : selected) o.SetParent(parent);
+    m_database.EndChangeBlock(L"Parent");
+    return *this;
+}
+
+XScene& XScene::Stop() { return *this; }
+
+void XScene::onDatabaseChanged(db::Database& database, const std::shared_ptr<const db::DatabaseChange>& change) {
+    const bool transient = change->isTransient();
+    const db::AttrKey& timeKey = database.timeKey();
+    const bool frameChanged = timeKey.isValid() && change->isAttributeChanged(timeKey);
+    if (change->hasEdits()) {
+        XSceneSettings settings = SceneSettings();
+        const bool settingsChanged = settings.IsValid() && change->isObjectChanged(settings.ObjectID());
+        XSceneChange sceneChange(*this, XDatabaseChange(&m_database, change),
+                                 frameChanged && change->isOnlyValueSet(timeKey), settingsChanged);
+        notifyObservers([&](XSceneObserver* o) { o->OnSceneChanged(sceneChange, transient); });
+    }
+    if (change->isSelectionChanged())
+        notifyObservers([&](XSceneObserver* o) { o->OnSceneSelectionChanged(*this, transient); });
+    if (frameChanged) notifyObservers([&](XSceneObserver* o) { o->OnSceneTimeChanged(*this, transient); });
+}
+
+}  // namespace VelX
