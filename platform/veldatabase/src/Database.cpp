@@ -312,7 +312,11 @@ void Database::reset() {
 std::string Database::rename(int id, const std::string& name) {
     Node* n = node(id);
     if (!n || id == RootId || !n->def().hasFlag(Renamable)) return {};
-    std::string unique = uniqueName(n->m_parent, sanitizeName(name), id);
+    const std::string wanted = sanitizeName(name);
+    std::string unique = uniqueName(n->m_parent, wanted, id);
+    // Asking for a taken name that this object already carries a numbered form of keeps it.
+    auto base = [](const std::string& s) { return s.substr(0, s.find_last_not_of("0123456789") + 1); };
+    if (unique != wanted && base(n->m_name) == base(wanted)) unique = n->m_name;
     if (unique == n->m_name) return unique;
     ImplicitBlock block(*this);
     JournalOp op;
