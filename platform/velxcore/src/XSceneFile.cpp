@@ -539,6 +539,12 @@ void linkObjects(FileScene& scene) {
         scene.order.push_back(i);
         stack.insert(stack.end(), o.children.rbegin(), o.children.rend());
     }
+    // Names holding '/' could make two paths equal; connections and the selection need them unique.
+    std::unordered_map<std::string, int> paths;
+    for (int i : scene.order) {
+        auto [it, added] = paths.emplace(objects[i].path, i);
+        if (!added) fail(objectPlace(i) + ".name", "the path '" + objects[i].path + "' is also the path of " + objectPlace(it->second));
+    }
 }
 
 // "<object path>.<attribute path>", the attribute path as written by attributePath().
@@ -745,7 +751,8 @@ std::string syntaxError(const std::string& file, const std::string& text, const 
     std::string problem = from != std::string::npos ? what.substr(from) : what.substr(what.find(']') + 1);
     std::string message = file + ": line " + std::to_string(line) + ", column " + std::to_string(pos - lineStart + 1) +
                           ": " + problem;
-    if (e.byte > text.size()) message += " (the file ends too early: it may be truncated)";
+    if (text.empty()) message += " (the file is empty)";
+    else if (e.byte > text.size()) message += " (the file ends too early: it may be truncated)";
     return message;
 }
 
@@ -762,6 +769,7 @@ bool writeAll(int fd, const std::string& text) {
     while (done < text.size()) {
         ssize_t n = ::write(fd, text.data() + done, text.size() - done);
         if (n < 0 && errno == EINTR) continue;
+        if (n == 0) errno = EIO;
         if (n <= 0) return false;
         done += static_cast<std::size_t>(n);
     }
@@ -835,12 +843,10 @@ bool XSceneFile::save(const db::Database& database, const std::string& fileName,
     }
     // The new file keeps the permissions of the one it replaces.
     struct stat old {};
-    if (::stat(fileName.c_str(), &old) == 0 && S_ISREG(old.st_mode) && ::fchmod(fd, old.st_mode & 07777) != 0) {
-        // Not fatal: the file is still written with default permissions.
-    }
+    if (::stat(fileName.c_str(), &old) == 0 && S_ISREG(old.st_mode)) (void)::fchmod(fd, old.st_mode & 07777);
     const char* step = nullptr;
     if (!writeAll(fd, text)) step = "cannot write";
-    else if (::fsync(fd) != 0) step = "cannot flush to disk";
+    else if (::fsync(fd) != 0) step = "cannot flush";
     int code = errno;
     if (::close(fd) != 0 && !step) {
         step = "cannot close";
@@ -910,7 +916,7 @@ bool XSceneFile::loadJson(db::Database& database, const std::string& text, const
     try {
         build(database, scene);
     } catch (const LoadError& e) {
-        error = describe(file, e);
+        error = describe(file, e) + " (the open scene was cleared)";
         return false;
     }
     if (timeType && timeKey.slot < timeType->slotCount()) {
