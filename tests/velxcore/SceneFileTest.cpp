@@ -1,6 +1,7 @@
 #include <velxcore/XSceneFile.h>
 
 #include <veldatabase/Database.h>
+#include <veldatabase/DatabaseObserver.h>
 #include <velscenegraph/SceneGraphNodes.h>
 
 #include <gtest/gtest.h>
@@ -10,6 +11,11 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cfloat>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <memory>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -150,7 +156,8 @@ TEST_F(SceneFileTest, WritesReadableDeterministicJson) {
     const Json& a = hips["attributes"];
     EXPECT_EQ(a["translateX"].dump(), "0.1");
     EXPECT_EQ(a["rotateOrder"], "yxz");
-    EXPECT_EQ(a["colour"].dump(), R"({"r":0.6,"g":0.25,"b":0.6})");
+    EXPECT_EQ(a["colour"].dump(), R"({"g":0.25})");  // only fields that differ from the default
+    EXPECT_FALSE(a.contains("scaleX"));       // default
     EXPECT_FALSE(a.contains("worldMatrix"));  // computed
     EXPECT_FALSE(a.contains("message"));      // internal
     EXPECT_EQ(hips["custom"][0].dump(), R"({"name":"weightBias","type":4,"isArray":false,"value":0.7})");
@@ -301,6 +308,355 @@ TEST_F(SceneFileTest, SaveIntoReadOnlyFolderKeepsTheOldFile) {
     EXPECT_NE(error.find("Permission denied"), std::string::npos) << error;
     EXPECT_EQ(readText(file), "old contents");
     EXPECT_EQ(folderEntries(dir), std::vector<std::string>{"scene.velx"});
+}
+
+// ---------------------------------------------------------------- layout, numbers, load order
+
+// Counts the change rounds a database announces.
+struct RoundCounter : db::DatabaseObserver {
+    int rounds = 0;
+    void onDatabaseChanged(db::Database&, const std::shared_ptr<const db::DatabaseChange>&) override { ++rounds; }
+};
+
+db::AttributeDef customDef(const char* name, db::ValueType type, bool isArray = false) {
+    db::AttributeDef a;
+    a.name = name;
+    a.type = type;
+    a.isArray = isArray;
+    return a;
+}
+
+bool sameBits(float a, float b) { return std::memcmp(&a, &b, sizeof a) == 0; }
+bool sameBits(double a, double b) { return std::memcmp(&a, &b, sizeof a) == 0; }
+
+TEST(SceneFileLayout, WritesOnlyValuesThatDifferFromTheDefaultsInTypeOrder) {
+    db::Database d;
+    sg::registerNodeTypes(d);
+    int solo = d.create(sg::TransformNode::Def, "solo");
+    int anim = d.create(sg::AnimationNode::Def, "anim", solo);
+    d.setValue(attr(d, solo, "translateX"), 2.0f);
+    d.setValue(field(d, solo, "colour", "b"), 1.0f);  // colour comes first in the type
+    d.setValue(attr(d, solo, "scaleY"), 1.0f);        // the default: not written
+    d.setValue(db::AttrKey{solo, d.addCustomAttribute(solo, customDef("weight", db::ValueType::Float))}, 0.5f);
+    d.setValue(attr(d, anim, "keys"), db::ValueList{key(0, 1)});
+    ASSERT_TRUE(d.connect(attr(d, anim, "output"), attr(d, solo, "translateY")));
+    d.setSelection({anim});
+    const std::string expected = R"({
+  "format": "velx-scene",
+  "version": 1,
+  "objects": [
+    {
+      "id": 1,
+      "type": "Transform",
+      "name": "solo",
+      "parent": null,
+      "attributes": {
+        "colour": {"b": 1.0},
+        "translateX": 2.0
+      },
+      "custom": [
+        {"name": "weight", "type": 4, "isArray": false, "value": 0.5}
+      ]
+    },
+    {
+      "id": 2,
+      "type": "Animation",
+      "name": "anim",
+      "parent": 1,
+      "attributes": {
+        "keys": [
+          {"time": 0.0, "value": 1.0, "inTangent": "smooth", "outTangent": "linear", "inSlope": 0.0, "outSlope": 0.25}
+        ]
+      }
+    }
+  ],
+  "connections": [
+    {"from": "solo/anim.output", "to": "solo.translateY"}
+  ],
+  "selection": [
+    "solo/anim"
+  ]
+}
+)";
+    EXPECT_EQ(XSceneFile::toJson(d), expected);
+
+    // Back to the defaults, the attributes disappear; an empty scene keeps its lists.
+    d.setValue(attr(d, solo, "translateX"), 0.0f);
+    d.setValue(field(d, solo, "colour", "b"), 0.6f);
+    EXPECT_EQ(Json::parse(XSceneFile::toJson(d))["objects"][0].count("attributes"), 0u);
+    db::Database empty;
+    EXPECT_EQ(XSceneFile::toJson(empty),
+              "{\n  \"format\": \"velx-scene\",\n  \"version\": 1,\n  \"objects\": [],\n  \"connections\": [],\n"
+              "  \"selection\": []\n}\n");
+}
+
+TEST(SceneFileLayout, FloatsAndDoublesRoundTripBitForBit) {
+    const std::vector<float> floats = {0.0f, -0.0f, 0.1f, 1.0f / 3.0f, 1e-7f, 16777216.0f, 3e38f,
+                                       FLT_MAX, -FLT_MAX, FLT_MIN, std::numeric_limits<float>::denorm_min(),
+                                       std::nextafter(1.0f, 2.0f), 123456789.0f};
+    const std::vector<double> doubles = {0.1, -0.0, 1.0 / 3.0, DBL_MAX, DBL_MIN, 5e-324, 1e300, 9007199254740993.0};
+    db::Database d;
+    sg::registerNodeTypes(d);
+    for (const db::NodeDef* def : sg::allNodeDefs())
+        if (def->hasFlag(db::SettingsType)) d.create(*def, def->typeName());
+    int solo = d.create(sg::TransformNode::Def, "solo");
+    db::ValueList fl, dl;
+    for (float f : floats) fl.push_back(f);
+    for (double x : doubles) dl.push_back(x);
+    fl.push_back(std::numeric_limits<float>::infinity());
+    fl.push_back(-std::numeric_limits<float>::infinity());
+    fl.push_back(std::numeric_limits<float>::quiet_NaN());
+    d.setValue(db::AttrKey{solo, d.addCustomAttribute(solo, customDef("fl", db::ValueType::Float, true))}, fl);
+    d.setValue(db::AttrKey{solo, d.addCustomAttribute(solo, customDef("dl", db::ValueType::Double, true))}, dl);
+    d.setValue(attr(d, solo, "translateX"), -0.0f);  // differs from the default 0 in its sign only
+    int matrix = d.create(sg::MatrixConversionNode::Def, "matrix");
+    Velutils::Matrix4 m = Velutils::Matrix4::identity();
+    m.m[3][0] = 0.1f;
+    m.m[3][1] = FLT_MAX;
+    m.m[3][2] = std::numeric_limits<float>::denorm_min();
+    d.setValue(attr(d, matrix, "inputMatrix"), m);
+
+    const std::string text = XSceneFile::toJson(d);
+    EXPECT_NE(text.find("\"translateX\": -0.0"), std::string::npos);
+    db::Database other;
+    sg::registerNodeTypes(other);
+    std::string error;
+    ASSERT_TRUE(XSceneFile::loadJson(other, text, "numbers.velx", error)) << error;
+    EXPECT_EQ(XSceneFile::toJson(other), text);
+    int loaded = other.findPath("solo");
+    const db::ValueList flBack = other.storedValue(db::AttrKey{loaded, other.node(loaded)->findTopLevel("fl")}).get<db::ValueList>();
+    const db::ValueList dlBack = other.storedValue(db::AttrKey{loaded, other.node(loaded)->findTopLevel("dl")}).get<db::ValueList>();
+    ASSERT_EQ(flBack.size(), fl.size());
+    for (std::size_t i = 0; i < floats.size(); ++i)
+        EXPECT_TRUE(sameBits(flBack[i].get<float>(), floats[i])) << i << ": " << flBack[i].get<float>();
+    EXPECT_EQ(flBack[floats.size()].get<float>(), std::numeric_limits<float>::infinity());
+    EXPECT_EQ(flBack[floats.size() + 1].get<float>(), -std::numeric_limits<float>::infinity());
+    EXPECT_TRUE(std::isnan(flBack[floats.size() + 2].get<float>()));
+    ASSERT_EQ(dlBack.size(), doubles.size());
+    for (std::size_t i = 0; i < doubles.size(); ++i)
+        EXPECT_TRUE(sameBits(dlBack[i].get<double>(), doubles[i])) << i << ": " << dlBack[i].get<double>();
+    EXPECT_TRUE(std::signbit(other.storedValue(attr(other, loaded, "translateX")).get<float>()));
+    const Velutils::Matrix4 back = other.storedValue(attr(other, other.findPath("matrix"), "inputMatrix")).get<Velutils::Matrix4>();
+    for (int i = 0; i < 16; ++i) EXPECT_TRUE(sameBits(back.m[i / 4][i % 4], m.m[i / 4][i % 4])) << i;
+}
+
+TEST(SceneFileLayout, NumbersBeyondTheRangeAreRefusedWithTheirPlace) {
+    auto scene = [](const std::string& x) {
+        return "{\"format\": \"velx-scene\", \"version\": 1, \"objects\": [{\"id\": 1, \"type\": \"Transform\", "
+               "\"name\": \"t\", \"parent\": null, \"attributes\": {\"translateX\": " + x + "}}]}";
+    };
+    db::Database d;
+    sg::registerNodeTypes(d);
+    std::string error;
+    // The largest float is written as 3.4028235e+38, a little above it: it must still load.
+    ASSERT_TRUE(XSceneFile::loadJson(d, scene("3.4028235e+38"), "max.velx", error)) << error;
+    EXPECT_EQ(d.storedValue(attr(d, d.findPath("t"), "translateX")).get<float>(), FLT_MAX);
+    EXPECT_FALSE(XSceneFile::loadJson(d, scene("3.5e38"), "big.velx", error));
+    EXPECT_NE(error.find("objects[0].attributes.translateX: number out of range"), std::string::npos) << error;
+    // Too large even for a double: a message with the place, not an exception.
+    EXPECT_FALSE(XSceneFile::loadJson(d, scene("1e999"), "huge.velx", error));
+    EXPECT_EQ(error.rfind("huge.velx: line 1, column ", 0), 0u) << error;
+    EXPECT_NE(error.find("number overflow"), std::string::npos) << error;
+    EXPECT_EQ(d.storedValue(attr(d, d.findPath("t"), "translateX")).get<float>(), FLT_MAX);
+}
+
+TEST(SceneFileLayout, ObjectsAreCheckedInTheOrderOfTheChecks) {
+    const std::string good = R"({"id": 1, "type": "Transform", "name": "a", "parent": null})";
+    const std::string badType = R"({"id": 2, "type": "Teapot", "name": "b", "parent": null})";
+    const std::string badName = R"({"id": 3, "type": "Transform", "name": "", "parent": null})";
+    auto scene = [](const std::string& objects, const std::string& after = "") {
+        return R"({"format": "velx-scene", "version": 1, "objects": [)" + objects + "]" + after + "}";
+    };
+    struct Case {
+        const char* what;
+        std::string text;
+        std::string expected;
+    };
+    const std::vector<Case> cases = {
+        {"first bad object", scene(good + "," + badType + "," + badName), "objects[1].type: unknown object type"},
+        {"syntax after a bad object", scene(badType) + ",", "syntax error"},
+        {"unknown key after a bad object", scene(badType, R"(, "extra": 1)"), "extra: unknown key"},
+        {"format after a bad object", R"({"objects": [)" + badType + R"(], "format": "other", "version": 1})",
+         "format: expected \"velx-scene\""},
+        {"objects not an array", R"({"format": "velx-scene", "version": 1, "objects": {"id": 1}})", "objects: expected an array"},
+        {"not an object", "[1, 2]", "expected a scene (a JSON object), found an array"},
+        {"element not an object", scene(good + ", 7"), "objects[1]: expected an object, found 7"},
+    };
+    db::Database d;
+    sg::registerNodeTypes(d);
+    for (const Case& c : cases) {
+        std::string error;
+        EXPECT_FALSE(XSceneFile::loadJson(d, c.text, "order.velx", error)) << c.what;
+        EXPECT_NE(error.find(c.expected), std::string::npos) << c.what << ": " << error;
+    }
+    // A repeated "objects" replaces the earlier list, as in any JSON reader.
+    std::string error;
+    ASSERT_TRUE(XSceneFile::loadJson(d, scene(badType, R"(, "objects": [)" + good + "]"), "twice.velx", error)) << error;
+    EXPECT_GE(d.findPath("a"), 0);
+}
+
+TEST_F(SceneFileTest, LoadTellsObserversNothingAndNeverReusesIds) {
+    const std::string text = XSceneFile::toJson(database);
+    RoundCounter counter;
+    database.addObserver(&counter);
+    const int limit = database.idLimit();
+    std::string error;
+
+    ASSERT_FALSE(XSceneFile::loadJson(database, text.substr(0, text.size() - 3), "cut.velx", error));
+    ASSERT_FALSE(XSceneFile::loadJson(database, R"({"format": "velx-scene", "version": 1, "objects": [],
+        "selection": ["ghost"]})", "ghost.velx", error));
+    EXPECT_EQ(database.idLimit(), limit);
+    EXPECT_EQ(XSceneFile::toJson(database), text);
+
+    ASSERT_TRUE(XSceneFile::loadJson(database, text, "scene.velx", error)) << error;
+    EXPECT_EQ(counter.rounds, 0);
+    EXPECT_FALSE(database.canUndo());
+    for (int id : database.node(db::Database::RootId)->children()) EXPECT_GE(id, limit);
+    EXPECT_EQ(database.nodeCount(), static_cast<std::size_t>(database.idLimit() - limit + 1));
+    EXPECT_EQ(XSceneFile::toJson(database), text);
+
+    // The loaded scene is live: edits announce themselves and undo.
+    database.setValue(attr(database, database.findPath("hips"), "translateX"), 3.0f);
+    EXPECT_EQ(counter.rounds, 1);
+    EXPECT_TRUE(database.undo());
+    EXPECT_EQ(XSceneFile::toJson(database), text);
+    database.removeObserver(&counter);
+}
+
+TEST_F(SceneFileTest, LoadedAnimationFollowsTheTime) {
+    std::string error;
+    ASSERT_TRUE(XSceneFile::loadJson(database, XSceneFile::toJson(database), "scene.velx", error)) << error;
+    const int settings = database.findPath("SceneSettings");
+    database.setTimeKey(attr(database, settings, "frame"));
+    const db::AttrKey driven = attr(database, database.findPath("hips"), "translateY");
+    database.setValue(attr(database, settings, "frame"), 0.0f);
+    EXPECT_FLOAT_EQ(static_cast<float>(database.value(driven).asDouble()), 1.0f);
+    database.setValue(attr(database, settings, "frame"), 10.0f);
+    EXPECT_FLOAT_EQ(static_cast<float>(database.value(driven).asDouble()), 2.5f);
+}
+
+TEST_F(SceneFileTest, ManyObjectsAndAWideSelectionRoundTrip) {
+    int group = database.create(sg::TransformNode::Def, "group");
+    std::vector<int> selection;
+    for (int i = 0; i < 3000; ++i) {
+        int id = database.create(sg::TransformNode::Def, "item" + std::to_string(i), group);
+        database.setValue(attr(database, id, "translateX"), static_cast<float>(i) * 0.1f);
+        selection.push_back(id);
+    }
+    database.setSelection(selection);
+    const std::string text = XSceneFile::toJson(database);
+    db::Database other;
+    sg::registerNodeTypes(other);
+    std::string error;
+    ASSERT_TRUE(XSceneFile::loadJson(other, text, "many.velx", error)) << error;
+    EXPECT_EQ(other.selection().size(), selection.size());
+    EXPECT_EQ(XSceneFile::toJson(other), text);
+}
+
+// ---------------------------------------------------------------- bulk building in the database
+
+TEST(DatabaseBulk, UnrecordedEditsAreNeitherJournaledNorAnnounced) {
+    db::Database d;
+    sg::registerNodeTypes(d);
+    RoundCounter counter;
+    d.addObserver(&counter);
+    d.create(sg::TransformNode::Def, "before");
+    ASSERT_TRUE(d.canUndo());
+    const int rounds = counter.rounds;
+
+    ASSERT_TRUE(d.setRecording(false));
+    EXPECT_FALSE(d.isRecording());
+    EXPECT_FALSE(d.canUndo());  // history cannot replay over unrecorded edits
+    int a = d.create(sg::TransformNode::Def, "a");
+    int b = d.create(sg::TransformNode::Def, "b", a);
+    d.beginChangeBlock();
+    d.setValue(attr(d, a, "translateX"), 1.0f);
+    d.rename(b, "bee");
+    d.setParent(b, db::Database::RootId);
+    EXPECT_TRUE(d.connect(attr(d, a, "translateX"), attr(d, b, "translateY")));
+    d.setValue(db::AttrKey{a, d.addCustomAttribute(a, customDef("extra", db::ValueType::Int))}, std::int32_t(4));
+    d.setSelection({a, b});
+    EXPECT_FALSE(d.setRecording(true)) << "refused inside a block";
+    d.endChangeBlock("bulk");
+    d.remove(d.findPath("before"));
+    EXPECT_EQ(counter.rounds, rounds);
+    EXPECT_FALSE(d.canUndo());
+    EXPECT_EQ(d.value(attr(d, b, "translateY")).asDouble(), 1.0);
+    EXPECT_EQ(d.findPath("bee"), b);
+
+    ASSERT_TRUE(d.setRecording(true));
+    d.setValue(attr(d, a, "translateX"), 2.0f);
+    EXPECT_EQ(counter.rounds, rounds + 1);
+    ASSERT_TRUE(d.undo());
+    EXPECT_EQ(d.value(attr(d, b, "translateY")).asDouble(), 1.0);
+    EXPECT_FALSE(d.canUndo());
+    d.removeObserver(&counter);
+}
+
+TEST(DatabaseBulk, ReservedIdsAreSkipped) {
+    db::Database d;
+    sg::registerNodeTypes(d);
+    d.reserveIds(100);
+    EXPECT_EQ(d.create(sg::TransformNode::Def, "a"), 100);
+    d.reserveIds(50);  // never lowers
+    EXPECT_EQ(d.create(sg::TransformNode::Def, "b"), 101);
+    EXPECT_EQ(d.nodeCount(), 3u);
+    EXPECT_FALSE(d.isAlive(50));
+}
+
+TEST(DatabaseBulk, TakeContentsExchangesTheWholeScene) {
+    db::Database live, scratch;
+    sg::registerNodeTypes(live);
+    sg::registerNodeTypes(scratch);
+    RoundCounter liveRounds, scratchRounds;
+    live.addObserver(&liveRounds);
+    scratch.addObserver(&scratchRounds);
+
+    // Both use the same ids, so anything left behind would show.
+    int old = live.create(sg::TransformNode::Def, "old");
+    live.setValue(attr(live, old, "translateX"), 5.0f);
+    live.setSelection({old});
+    const Velutils::Matrix4 oldWorld = live.value(attr(live, old, "worldMatrix")).get<Velutils::Matrix4>();
+    int parent = scratch.create(sg::TransformNode::Def, "new");
+    int child = scratch.create(sg::TransformNode::Def, "child", parent);
+    ASSERT_EQ(parent, old);
+    scratch.setValue(attr(scratch, parent, "translateX"), 7.0f);
+    ASSERT_TRUE(scratch.connect(attr(scratch, parent, "translateX"), attr(scratch, child, "translateY")));
+    scratch.setSelection({child});
+    scratch.setTimeKey(attr(scratch, parent, "rotateX"));
+    const Velutils::Matrix4 newWorld = scratch.value(attr(scratch, parent, "worldMatrix")).get<Velutils::Matrix4>();
+    ASSERT_TRUE(live.canUndo());
+    ASSERT_TRUE(scratch.canUndo());
+    const int liveBefore = liveRounds.rounds, scratchBefore = scratchRounds.rounds;
+
+    scratch.beginChangeBlock();
+    EXPECT_FALSE(live.takeContents(scratch)) << "refused while a block is open";
+    scratch.endChangeBlock();
+    ASSERT_TRUE(live.takeContents(scratch));
+    EXPECT_EQ(liveRounds.rounds, liveBefore);
+    EXPECT_FALSE(live.canUndo());
+    EXPECT_FALSE(scratch.canUndo());
+
+    EXPECT_EQ(live.findPath("new/child"), child);
+    EXPECT_EQ(live.findPath("old"), -1);
+    EXPECT_EQ(live.nodeCount(), 3u);
+    EXPECT_EQ(live.selection(), std::vector<int>{child});
+    EXPECT_TRUE(live.isSelected(child));
+    EXPECT_EQ(live.input(attr(live, child, "translateY")), attr(live, parent, "translateX"));
+    EXPECT_EQ(live.timeKey(), attr(live, parent, "rotateX"));
+    EXPECT_EQ(live.value(attr(live, parent, "worldMatrix")).get<Velutils::Matrix4>().m[3][0], newWorld.m[3][0]);
+    EXPECT_EQ(scratch.findPath("old"), old);
+    EXPECT_EQ(scratch.selection(), std::vector<int>{old});
+    EXPECT_EQ(scratch.value(attr(scratch, old, "worldMatrix")).get<Velutils::Matrix4>().m[3][0], oldWorld.m[3][0]);
+
+    // Each keeps its own observers, and cached values follow the new inputs.
+    live.setValue(attr(live, parent, "translateX"), 9.0f);
+    EXPECT_EQ(liveRounds.rounds, liveBefore + 1);
+    EXPECT_EQ(scratchRounds.rounds, scratchBefore);
+    EXPECT_EQ(live.value(attr(live, child, "translateY")).asDouble(), 9.0);
+    EXPECT_EQ(live.value(attr(live, parent, "worldMatrix")).get<Velutils::Matrix4>().m[3][0], 9.0f);
+    live.removeObserver(&liveRounds);
+    scratch.removeObserver(&scratchRounds);
 }
 
 }  // namespace

@@ -179,16 +179,19 @@ void Database::collectSubtree(int root, std::vector<int>& out) const {
 
 void Database::attachRoots(int parent, const std::vector<std::pair<int, int>>& roots,
                            std::vector<std::unique_ptr<Node>>& owned) {
+    // Roots are (re)linked below; only the nodes inside their subtrees keep their parent links.
     std::unordered_set<int> rootIds;
-    for (const auto& root : roots) rootIds.insert(root.second);
+    if (owned.size() > 1)
+        for (const auto& root : roots) rootIds.insert(root.second);
     for (auto& up : owned) {
         Node* n = up.get();
         int id = n->m_id;
         m_nodes[static_cast<std::size_t>(id)] = std::move(up);
         ++m_liveCount;
         if (n->def().hasTimeDependentSlots()) m_timeNodes.insert(id);
-        if (n->m_parent >= 0 && !rootIds.count(id)) m_names->add(n->m_parent, n->m_name, id);
-        if (m_open) m_open->change->recordCreated(id, n->def());
+        const bool isRoot = owned.size() == 1 || rootIds.count(id) != 0;
+        if (n->m_parent >= 0 && !isRoot) m_names->add(n->m_parent, n->m_name, id);
+        if (m_open && m_recording) m_open->change->recordCreated(id, n->def());
     }
     owned.clear();
     Node* p = node(parent);
@@ -211,7 +214,7 @@ void Database::detachRoots(int parent, const std::vector<std::pair<int, int>>& r
     }
     for (int id : all) {
         Node* n = node(id);
-        if (m_open) m_open->change->recordDeleted(id, n->def());
+        if (m_open && m_recording) m_open->change->recordDeleted(id, n->def());
         if (n->m_parent >= 0) m_names->remove(n->m_parent, n->m_name, id);
         if (n->m_hasCache) {
             for (int s : n->def().computedSlots()) m_cache.erase(AttrKey{id, s});
@@ -334,7 +337,7 @@ void Database::doRename(int id, const std::string& name) {
     m_names->remove(n->m_parent, n->m_name, id);
     n->m_name = name;
     m_names->add(n->m_parent, n->m_name, id);
-    m_open->change->recordRenamed(id, n->def());
+    if (m_recording) m_open->change->recordRenamed(id, n->def());
 }
 
 bool Database::setParent(int id, int newParent, int index) {
@@ -352,8 +355,17 @@ bool Database::setParent(int id, int newParent, int index) {
 
     ImplicitBlock block(*this);
     if (n->m_parent != newParent) {
+        // The name must be unique among the new siblings; the old ones no longer matter.
         std::string unique = uniqueName(newParent, n->m_name, id);
-        if (unique != n->m_name) rename(id, unique);
+        if (unique != n->m_name) {
+            JournalOp renameOp;
+            renameOp.kind = JournalOp::Kind::Rename;
+            renameOp.node = id;
+            renameOp.data().textBefore = n->m_name;
+            renameOp.data().textAfter = unique;
+            doRename(id, unique);
+            journal(std::move(renameOp));
+        }
     }
     JournalOp op;
     op.kind = JournalOp::Kind::Reparent;
@@ -377,7 +389,7 @@ void Database::doReparent(int id, int newParent, int index) {
     kids.insert(kids.begin() + static_cast<std::ptrdiff_t>(pos), id);
     n->m_parent = newParent;
     m_names->add(newParent, n->m_name, id);
-    m_open->change->recordReparented(id, n->def());
+    if (m_recording) m_open->change->recordReparented(id, n->def());
     for (const auto& link : n->def().parentLinks()) markDirty(AttrKey{id, link.second});
 }
 
@@ -410,7 +422,7 @@ void Database::doSelect(const std::vector<int>& ids) {
     m_selection = ids;
     for (int id : m_selection)
         if (Node* n = node(id)) n->m_selected = true;
-    m_open->change->recordSelection();
+    if (m_recording) m_open->change->recordSelection();
 }
 
 // ---------------------------------------------------------------- attribute ids

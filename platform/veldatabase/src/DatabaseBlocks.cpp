@@ -56,8 +56,13 @@ void Database::journal(JournalOp&& op) {
 
 void Database::journalSetValue(const AttrKey& key, const Value& before, const Value& after) {
     if (m_replaying || !m_open) return;
+    // Writes to one attribute coalesce only while no other write to the same array (a whole-array
+    // write and its elements' fields) came between them; otherwise replay order matters.
     auto it = m_open->valueOps.find(key);
-    if (it != m_open->valueOps.end()) {
+    auto family = m_open->lastArrayOp.find(key.arrayKey());
+    const bool interleaved = family != m_open->lastArrayOp.end() && it != m_open->valueOps.end() &&
+                             family->second != it->second;
+    if (it != m_open->valueOps.end() && !interleaved) {
         m_open->ops[it->second].data().after = after;
         return;
     }
@@ -66,7 +71,8 @@ void Database::journalSetValue(const AttrKey& key, const Value& before, const Va
     op.key = key;
     op.data().before = before;
     op.data().after = after;
-    m_open->valueOps.emplace(key, m_open->ops.size());
+    m_open->valueOps[key] = m_open->ops.size();
+    m_open->lastArrayOp[key.arrayKey()] = m_open->ops.size();
     m_open->ops.push_back(std::move(op));
 }
 
@@ -78,7 +84,10 @@ void Database::finishRound(bool transient, const std::string& description) {
         // Gather drag rounds: the commit becomes one undo step from the values before the drag.
         if (!m_transient) m_transient = std::make_unique<Pending>();
         for (JournalOp& op : round->ops) {
-            if (op.kind == JournalOp::Kind::SetValue) {
+            if (op.kind == JournalOp::Kind::SetValue && op.key.element >= 0) {
+                // Element writes keep their order relative to whole-array writes.
+                m_transient->valueOps.erase(op.key.arrayKey());
+            } else if (op.kind == JournalOp::Kind::SetValue) {
                 auto it = m_transient->valueOps.find(op.key);
                 if (it != m_transient->valueOps.end()) {
                     m_transient->ops[it->second].data().after = op.data().after;

@@ -23,8 +23,14 @@ void DatabaseChange::addUnique(std::vector<int>& list, std::unordered_set<int>& 
     if (set.insert(node).second) list.push_back(node);
 }
 
+void DatabaseChange::recordDef(const NodeDef& def) {
+    if (m_lastDef == &def) return;
+    m_lastDef = &def;
+    m_changedDefs.insert(&def);
+}
+
 void DatabaseChange::recordObject(int node, const NodeDef& def) {
-    if (m_changedNodes.insert(node).second) m_changedDefs.insert(&def);
+    if (m_changedNodes.insert(node).second) recordDef(def);
 }
 
 void DatabaseChange::recordAttribute(const AttrKey& key, int topLevelSlot, ValueType type, const NodeDef& def) {
@@ -36,12 +42,12 @@ void DatabaseChange::recordAttribute(const AttrKey& key, int topLevelSlot, Value
 }
 
 void DatabaseChange::recordCreated(int node, const NodeDef& def) {
-    recordObject(node, def);
+    recordDef(def);
     addUnique(m_created, m_createdSet, node);
 }
 
 void DatabaseChange::recordDeleted(int node, const NodeDef& def) {
-    recordObject(node, def);
+    recordDef(def);
     addUnique(m_deleted, m_deletedSet, node);
 }
 

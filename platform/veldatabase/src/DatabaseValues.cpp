@@ -79,6 +79,13 @@ Value Database::value(const AttrKey& key) const {
         for (int c = 0; c < info.childCount; ++c) fields.push_back(value(AttrKey{key.node, info.firstChild + c}));
         return Value(std::move(fields));
     }
+    if (key.element >= 0 && key.child < 0 && !def->children.empty() && n->m_connections > 0) {
+        // A compound element reads each field through its own input.
+        ValueList fields;
+        for (int c = 0; c < static_cast<int>(def->children.size()); ++c)
+            fields.push_back(value(key.withElement(key.element, c)));
+        return Value(std::move(fields));
+    }
     if (isArrayKey(key) && n->m_connections > 0) {
         ValueList list = storedValue(key).get<ValueList>();
         for (std::size_t e = 0; e < list.size(); ++e) list[e] = value(key.withElement(static_cast<int>(e)));
@@ -238,7 +245,7 @@ bool Database::resizeArray(const AttrKey& key, int size) {
 
 void Database::doSetStored(const AttrKey& key, const Value& v) {
     Node* n = node(key.node);
-    m_open->change->recordDirect(key);
+    if (m_recording) m_open->change->recordDirect(key);
     if (key.element < 0) {
         n->store(key.slot, v);
     } else {
@@ -312,7 +319,7 @@ void Database::doAddCustom(int id, int slot, std::unique_ptr<AttributeDef>& def,
     n->m_custom->values.push_back(value);
     n->m_custom->removed.push_back(0);
     (void)slot;
-    m_open->change->recordAttribute(AttrKey{id, slot}, slot, n->slotDef(slot)->type, n->def());
+    if (m_recording) m_open->change->recordAttribute(AttrKey{id, slot}, slot, n->slotDef(slot)->type, n->def());
 }
 
 void Database::doRemoveCustom(int id, int slot, std::unique_ptr<AttributeDef>& def, Value& value) {
@@ -322,7 +329,7 @@ void Database::doRemoveCustom(int id, int slot, std::unique_ptr<AttributeDef>& d
     n->m_custom->defs.pop_back();
     n->m_custom->values.pop_back();
     n->m_custom->removed.pop_back();
-    m_open->change->recordObject(id, n->def());
+    if (m_recording) m_open->change->recordObject(id, n->def());
     (void)slot;
 }
 
@@ -353,6 +360,7 @@ bool Database::removeCustomAttribute(int id, int slot) {
 void Database::doSetCustomRemoved(int id, int slot, bool removed) {
     Node* n = node(id);
     n->m_custom->removed[static_cast<std::size_t>(slot - n->def().slotCount())] = removed ? 1 : 0;
+    if (!m_recording) return;
     m_open->change->recordObject(id, n->def());
     m_open->change->recordAttribute(AttrKey{id, slot}, slot, n->slotDef(slot)->type, n->def());
 }
@@ -409,7 +417,13 @@ void Database::upstream(const AttrKey& key, std::vector<AttrKey>& out) const {
     auto in = m_inputs.find(key);
     if (in != m_inputs.end() && !isMessageKey(in->second)) out.push_back(in->second);
     if (isArrayKey(key) && n->m_connections > 0) {
-        for (int e = 0; e < arraySize(key); ++e) out.push_back(key.withElement(e));
+        for (int e = 0; e < arraySize(key); ++e) {
+            out.push_back(key.withElement(e));
+            for (int c = 0; c < static_cast<int>(def->children.size()); ++c) out.push_back(key.withElement(e, c));
+        }
+    }
+    if (key.element >= 0 && key.child < 0 && n->m_connections > 0) {
+        for (int c = 0; c < static_cast<int>(def->children.size()); ++c) out.push_back(key.withElement(key.element, c));
     }
     if (!n->isCustomSlot(key.slot) && key.element < 0 && def->type == ValueType::Compound && !def->isArray) {
         const SlotInfo& info = n->def().slot(key.slot);
@@ -432,7 +446,10 @@ bool Database::dependsOn(const AttrKey& from, const AttrKey& target) const {
     while (!stack.empty()) {
         AttrKey k = stack.back();
         stack.pop_back();
-        if (k == target) return true;
+        // Reaching the target, or an array or element that holds it, closes a loop.
+        if (k.node == target.node && k.slot == target.slot &&
+            (k.element < 0 || (k.element == target.element && (k.child < 0 || k.child == target.child))))
+            return true;
         std::size_t before = stack.size();
         upstream(k, stack);
         // Keep only keys not seen yet.
@@ -505,7 +522,7 @@ void Database::doConnect(const AttrKey& source, const AttrKey& destination) {
     m_outputs[source].push_back(destination);
     ++node(source.node)->m_connections;
     ++node(destination.node)->m_connections;
-    m_open->change->recordConnection(true, isMessageKey(source));
+    if (m_recording) m_open->change->recordConnection(true, isMessageKey(source));
     markDirty(destination);
 }
 
@@ -522,14 +539,14 @@ void Database::doDisconnect(const AttrKey& destination) {
     }
     if (Node* s = node(source.node)) --s->m_connections;
     if (Node* d = node(destination.node)) --d->m_connections;
-    m_open->change->recordConnection(false, isMessageKey(source));
+    if (m_recording) m_open->change->recordConnection(false, isMessageKey(source));
     markDirty(destination);
 }
 
 // ---------------------------------------------------------------- evaluation
 
 void Database::recordKey(const AttrKey& key) {
-    if (!m_open) return;
+    if (!m_open || !m_recording) return;
     const Node* n = node(key.node);
     const AttributeDef* def = attributeDef(key);
     if (!n || !def) return;
@@ -562,8 +579,12 @@ void Database::markDirty(const AttrKey& seed) {
         auto out = m_outputs.find(k);
         if (out != m_outputs.end()) stack.insert(stack.end(), out->second.begin(), out->second.end());
         if (k.element >= 0) {
-            auto whole = m_outputs.find(k.arrayKey());
-            if (whole != m_outputs.end()) stack.insert(stack.end(), whole->second.begin(), whole->second.end());
+            // A field or element change is also a change of the element and of the whole array.
+            for (const AttrKey& holder : {k.withElement(k.element), k.arrayKey()}) {
+                if (holder == k) continue;
+                auto whole = m_outputs.find(holder);
+                if (whole != m_outputs.end()) stack.insert(stack.end(), whole->second.begin(), whole->second.end());
+            }
         }
         for (int s : n->def().computedSlots())
             if (s != k.slot) stack.push_back(AttrKey{k.node, s});

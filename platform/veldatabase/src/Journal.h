@@ -61,6 +61,7 @@ struct UndoStep {
 struct Database::Pending {
     std::vector<JournalOp> ops;
     std::unordered_map<AttrKey, std::size_t, AttrKeyHash> valueOps;  // coalesces repeated writes
+    std::unordered_map<AttrKey, std::size_t, AttrKeyHash> lastArrayOp;  // last write per (node, slot)
     std::shared_ptr<DatabaseChange> change = std::make_shared<DatabaseChange>();
     std::string description;
 };

@@ -19,6 +19,8 @@
 #include <cstring>
 #include <limits>
 #include <map>
+#include <optional>
+#include <string_view>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -27,7 +29,7 @@ namespace VelX {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
+using Json = nlohmann::json;
 using db::AttributeDef;
 using db::ValueType;
 
@@ -35,22 +37,80 @@ constexpr const char* FormatName = "velx-scene";
 
 // ---------------------------------------------------------------- writing
 
-// The shortest decimal that reads back as the same float, so files stay readable ("0.6", not
-// "0.60000002384185791"). Non-finite numbers have no JSON form and are written as strings.
-Json floatJson(float f) {
-    if (std::isnan(f)) return "nan";
-    if (std::isinf(f)) return f > 0 ? "inf" : "-inf";
-    char text[32];
-    char* end = std::to_chars(text, text + sizeof text, f).ptr;
-    double d = 0;
-    if (std::from_chars(text, end, d).ec != std::errc() || static_cast<float>(d) != f) d = f;
-    return d;
+// The text is appended piece by piece: no document is built. Objects, attributes (in the order
+// of their type) and connections always come in the same order, so equal scenes give equal text.
+
+void writeInt(std::string& out, std::int64_t i) {
+    char text[24];
+    out.append(text, std::to_chars(text, text + sizeof text, i).ptr);
 }
 
-Json doubleJson(double d) {
-    if (std::isnan(d)) return "nan";
-    if (std::isinf(d)) return d > 0 ? "inf" : "-inf";
-    return d;
+// A whole number gets ".0" so that it reads back as a number with a fraction.
+void writeNumberText(std::string& out, const char* text, const char* end) {
+    out.append(text, end);
+    if (std::none_of(text, end, [](char c) { return c == '.' || c == 'e'; })) out += ".0";
+}
+
+// Non-finite numbers have no JSON form and are written as strings.
+bool writeNonFinite(std::string& out, double d) {
+    if (std::isnan(d)) out += "\"nan\"";
+    else if (std::isinf(d)) out += d > 0 ? "\"inf\"" : "\"-inf\"";
+    else return false;
+    return true;
+}
+
+// The shortest decimal that reads back as the same float ("0.6", not "0.60000002384185791"). It is
+// read as a double first, so the rare text that would round differently that way gets the
+// double's digits instead.
+void writeFloat(std::string& out, float f) {
+    if (writeNonFinite(out, f)) return;
+    char text[48];
+    char* end = std::to_chars(text, text + sizeof text, f).ptr;
+    double d = 0;
+    if (std::from_chars(text, end, d).ec != std::errc() || static_cast<float>(d) != f)
+        end = std::to_chars(text, text + sizeof text, static_cast<double>(f)).ptr;
+    writeNumberText(out, text, end);
+}
+
+void writeDouble(std::string& out, double d) {
+    if (writeNonFinite(out, d)) return;
+    char text[48];
+    writeNumberText(out, text, std::to_chars(text, text + sizeof text, d).ptr);
+}
+
+// Plain ASCII is copied; anything else is escaped by the JSON library, which also replaces
+// invalid UTF-8.
+void writeString(std::string& out, const std::string& s) {
+    const bool plain = std::all_of(s.begin(), s.end(), [](char ch) {
+        unsigned char c = static_cast<unsigned char>(ch);
+        return c >= 0x20 && c < 0x7F && c != '"' && c != '\\';
+    });
+    if (!plain) {
+        out += nlohmann::json(s).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+        return;
+    }
+    out += '"';
+    out += s;
+    out += '"';
+}
+
+void writeKey(std::string& out, const std::string& name) {
+    writeString(out, name);
+    out += ": ";
+}
+
+void newLine(std::string& out, int depth) {
+    out += '\n';
+    out.append(static_cast<std::size_t>(depth) * 2, ' ');
+}
+
+void writeFloats(std::string& out, const float* f, int count) {
+    out += '[';
+    for (int i = 0; i < count; ++i) {
+        if (i) out += ", ";
+        writeFloat(out, f[i]);
+    }
+    out += ']';
 }
 
 bool isSaved(const AttributeDef& a) {
@@ -58,92 +118,232 @@ bool isSaved(const AttributeDef& a) {
     return a.type != ValueType::ObjectRef || a.isArray;  // single references live in connections
 }
 
-// One value of the attribute's element type (a whole element for compound arrays).
-Json scalarJson(const AttributeDef& a, const db::Value& v) {
+// One value of the attribute's element type (a whole element for compound arrays), on one line.
+void writeScalar(std::string& out, const AttributeDef& a, const db::Value& v) {
     switch (a.type) {
-    case ValueType::Int: return v.asInt();
-    case ValueType::Bool: return v.asBool();
+    case ValueType::Int: writeInt(out, v.asInt()); return;
+    case ValueType::Bool: out += v.asBool() ? "true" : "false"; return;
     case ValueType::Enum: {
         int i = v.asInt();
-        if (i >= 0 && i < static_cast<int>(a.enumNames.size())) return a.enumNames[static_cast<std::size_t>(i)];
-        return i;
+        if (i >= 0 && i < static_cast<int>(a.enumNames.size())) writeString(out, a.enumNames[static_cast<std::size_t>(i)]);
+        else writeInt(out, i);
+        return;
     }
-    case ValueType::Float: return floatJson(static_cast<float>(v.asDouble()));
-    case ValueType::Double: return doubleJson(v.asDouble());
-    case ValueType::String: return v.is<std::string>() ? v.get<std::string>() : std::string();
+    case ValueType::Float: writeFloat(out, static_cast<float>(v.asDouble())); return;
+    case ValueType::Double: writeDouble(out, v.asDouble()); return;
+    case ValueType::String: writeString(out, v.asString()); return;
     case ValueType::Vector: {
         Velutils::Vec3 x = v.is<Velutils::Vec3>() ? v.get<Velutils::Vec3>() : Velutils::Vec3{};
-        return Json::array({floatJson(x.x), floatJson(x.y), floatJson(x.z)});
+        const float f[] = {x.x, x.y, x.z};
+        writeFloats(out, f, 3);
+        return;
     }
     case ValueType::Quaternion: {
         Velutils::Quat q = v.is<Velutils::Quat>() ? v.get<Velutils::Quat>() : Velutils::Quat{};
-        return Json::array({floatJson(q.x), floatJson(q.y), floatJson(q.z), floatJson(q.w)});
+        const float f[] = {q.x, q.y, q.z, q.w};
+        writeFloats(out, f, 4);
+        return;
     }
     case ValueType::Matrix: {
         Velutils::Matrix4 m = v.is<Velutils::Matrix4>() ? v.get<Velutils::Matrix4>() : Velutils::Matrix4{};
-        Json out = Json::array();
-        for (auto& row : m.m)
-            for (float x : row) out.push_back(floatJson(x));
-        return out;
+        float f[16];
+        for (int i = 0; i < 16; ++i) f[i] = m.m[i / 4][i % 4];
+        writeFloats(out, f, 16);
+        return;
     }
-    case ValueType::ObjectRef: return nullptr;  // the target is a connection
+    case ValueType::ObjectRef: out += "null"; return;  // the target is a connection
     case ValueType::Compound: {
         const db::ValueList* fields = v.tryGet<db::ValueList>();
-        Json out = Json::object();
+        out += '{';
         for (std::size_t c = 0; c < a.children.size(); ++c) {
             const AttributeDef& f = a.children[c];
-            out[f.name] = scalarJson(f, fields && c < fields->size() ? (*fields)[c] : f.defaultValue);
+            if (c) out += ", ";
+            writeKey(out, f.name);
+            writeScalar(out, f, fields && c < fields->size() ? (*fields)[c] : f.defaultValue);
         }
-        return out;
+        out += '}';
+        return;
     }
     }
-    return nullptr;
+    out += "null";
 }
 
-Json valueJson(const AttributeDef& a, const db::Value& v) {
-    if (!a.isArray) return scalarJson(a, v);
-    Json out = Json::array();
-    if (const db::ValueList* list = v.tryGet<db::ValueList>())
-        for (const db::Value& element : *list) out.push_back(scalarJson(a, element));
-    return out;
+// An array puts elements that hold several numbers one to a line, at `depth` + 1; a negative
+// depth keeps the whole array on one line.
+void writeArray(std::string& out, const AttributeDef& a, const db::ValueList* list, int depth) {
+    if (!list || list->empty()) {
+        out += "[]";
+        return;
+    }
+    const bool lines = depth >= 0 && (a.type == ValueType::Compound || a.type == ValueType::Vector ||
+                                      a.type == ValueType::Quaternion || a.type == ValueType::Matrix);
+    out += '[';
+    for (std::size_t e = 0; e < list->size(); ++e) {
+        if (e) out += ',';
+        if (lines) newLine(out, depth + 1);
+        else if (e) out += ' ';
+        writeScalar(out, a, (*list)[e]);
+    }
+    if (lines) newLine(out, depth);
+    out += ']';
 }
 
-Json attributesJson(const db::Node& n) {
-    const db::NodeDef& def = n.def();
-    Json out = Json::object();
+// What a type saves, with the value a new object of the type holds: only other values are written
+// (the loader starts from these defaults).
+struct SavedField {
+    int slot;
+    const AttributeDef* def;
+    db::Value fallback;
+};
+
+struct SavedAttribute {
+    int slot;
+    const AttributeDef* def;
+    db::Value fallback;               // plain attributes; arrays default to empty
+    std::vector<SavedField> fields;   // compounds
+    bool compound = false;
+};
+
+struct SavedType {
+    std::vector<SavedAttribute> attributes;
+};
+
+SavedType savedType(const db::NodeDef& def) {
+    const db::Node fresh(-1, def, std::string());
+    SavedType type;
     for (int i = 0; i < def.topLevelCount(); ++i) {
-        int s = def.topLevelSlot(i);
+        const int s = def.topLevelSlot(i);
         const db::SlotInfo& info = def.slot(s);
         if (!isSaved(*info.def)) continue;
+        SavedAttribute saved{s, info.def, {}, {}, false};
         if (info.def->type == ValueType::Compound && !info.def->isArray) {
-            Json fields = Json::object();
+            saved.compound = true;
             for (int c = info.firstChild; c < info.firstChild + info.childCount; ++c)
-                if (isSaved(*def.slot(c).def)) fields[def.slot(c).def->name] = scalarJson(*def.slot(c).def, n.stored(c));
-            out[info.def->name] = std::move(fields);
-        } else {
-            out[info.def->name] = valueJson(*info.def, n.stored(s));
+                if (isSaved(*def.slot(c).def)) saved.fields.push_back({c, def.slot(c).def, fresh.stored(c)});
+        } else if (!info.def->isArray) {
+            saved.fallback = fresh.stored(s);
         }
+        type.attributes.push_back(std::move(saved));
     }
-    return out;
+    return type;
 }
 
-Json customJson(const db::Database& database, const db::Node& n) {
-    Json out = Json::array();
+constexpr int ObjectDepth = 2;     // inside "objects"
+constexpr int AttributeDepth = 4;  // inside an object's "attributes"
+
+// Opens the next entry of an object's "attributes", the first one opening the block itself.
+void nextAttribute(std::string& out, bool& any, const std::string& name) {
+    out += any ? "," : ",\n      \"attributes\": {";
+    any = true;
+    newLine(out, AttributeDepth);
+    writeKey(out, name);
+}
+
+void writeAttributes(std::string& out, const db::Node& n, const SavedType& type) {
+    bool any = false;
+    for (const SavedAttribute& a : type.attributes) {
+        if (a.compound) {
+            bool open = false;
+            for (const SavedField& f : a.fields) {
+                db::Value v = n.stored(f.slot);
+                if (v == f.fallback) continue;
+                if (!open) nextAttribute(out, any, a.def->name);
+                out += open ? ", " : "{";
+                open = true;
+                writeKey(out, f.def->name);
+                writeScalar(out, *f.def, v);
+            }
+            if (open) out += '}';
+        } else if (a.def->isArray) {
+            const db::ValueList* list = n.array(a.slot);
+            if (!list || list->empty()) continue;
+            nextAttribute(out, any, a.def->name);
+            writeArray(out, *a.def, list, AttributeDepth);
+        } else {
+            db::Value v = n.stored(a.slot);
+            if (v == a.fallback) continue;
+            nextAttribute(out, any, a.def->name);
+            writeScalar(out, *a.def, v);
+        }
+    }
+    if (any) {
+        newLine(out, ObjectDepth + 1);
+        out += '}';
+    }
+}
+
+// User-added attributes keep their value even when it is the default: the file does not record
+// the default itself.
+void writeCustom(std::string& out, const db::Database& database, const db::Node& n) {
+    bool any = false;
     for (int c = 0; c < n.customCount(); ++c) {
-        int slot = n.def().slotCount() + c;
+        const int slot = n.def().slotCount() + c;
         if (database.isRemovedCustomSlot(n.id(), slot)) continue;
         const AttributeDef& a = *n.slotDef(slot);
-        Json entry = Json::object();
-        entry["name"] = a.name;
-        entry["type"] = static_cast<int>(a.type);
-        entry["isArray"] = a.isArray;
-        if (!a.enumNames.empty()) entry["enumNames"] = a.enumNames;
-        if (!a.refType.empty()) entry["refType"] = a.refType;
+        out += any ? "," : ",\n      \"custom\": [";
+        any = true;
+        newLine(out, AttributeDepth);
+        out += "{\"name\": ";
+        writeString(out, a.name);
+        out += ", \"type\": ";
+        writeInt(out, static_cast<int>(a.type));
+        out += ", \"isArray\": ";
+        out += a.isArray ? "true" : "false";
+        if (!a.enumNames.empty()) {
+            out += ", \"enumNames\": [";
+            for (std::size_t e = 0; e < a.enumNames.size(); ++e) {
+                if (e) out += ", ";
+                writeString(out, a.enumNames[e]);
+            }
+            out += ']';
+        }
+        if (!a.refType.empty()) {
+            out += ", \"refType\": ";
+            writeString(out, a.refType);
+        }
         db::Value v = n.stored(slot);
-        if (isSaved(a) && !v.isNone()) entry["value"] = valueJson(a, v);
-        out.push_back(std::move(entry));
+        if (isSaved(a) && !v.isNone()) {
+            out += ", \"value\": ";
+            if (a.isArray) writeArray(out, a, v.tryGet<db::ValueList>(), -1);
+            else writeScalar(out, a, v);
+        }
+        out += '}';
     }
-    return out;
+    if (any) {
+        newLine(out, ObjectDepth + 1);
+        out += ']';
+    }
+}
+
+void writeObject(std::string& out, const db::Database& database, const db::Node& n, int fileId, int parentFileId,
+                 const SavedType& type) {
+    newLine(out, ObjectDepth);
+    out += "{\n      \"id\": ";
+    writeInt(out, fileId);
+    out += ",\n      \"type\": ";
+    writeString(out, n.def().typeName());
+    out += ",\n      \"name\": ";
+    writeString(out, n.name());
+    out += ",\n      \"parent\": ";
+    if (parentFileId > 0) writeInt(out, parentFileId);
+    else out += "null";
+    writeAttributes(out, n, type);
+    writeCustom(out, database, n);
+    newLine(out, ObjectDepth);
+    out += '}';
+}
+
+// A list of one-line entries, one to a line.
+template <class List, class WriteEntry>
+void writeList(std::string& out, const char* key, const List& list, WriteEntry&& entry) {
+    out += ",\n  \"";
+    out += key;
+    out += "\": [";
+    for (std::size_t i = 0; i < list.size(); ++i) {
+        out += i ? ",\n    " : "\n    ";
+        entry(list[i]);
+    }
+    out += list.empty() ? "]" : "\n  ]";
 }
 
 // "translateX", "colour.r", "keys[2].value", "message".
@@ -224,7 +424,10 @@ bool readNumber(const Json& j, double& out) {
 float readFloat(const Json& j, const std::string& place) {
     double d = 0;
     if (!readNumber(j, d)) expected(place, "a number", j);
-    if (std::isfinite(d) && std::fabs(d) > FLT_MAX) fail(place, "number out of range: " + shown(j));
+    // Up to half a step past the largest float rounds to it; beyond that the number does not fit.
+    constexpr double FloatLimit = 0x1.ffffffp127;
+    if (std::isfinite(d) && std::fabs(d) >= FloatLimit) fail(place, "number out of range: " + shown(j));
+    if (std::isfinite(d) && std::fabs(d) > FLT_MAX) return std::copysign(FLT_MAX, static_cast<float>(d));
     return static_cast<float>(d);
 }
 
@@ -311,7 +514,6 @@ db::Value readScalar(const AttributeDef& a, const Json& j, const std::string& pl
 struct SlotValue {
     int slot;
     db::Value value;
-    std::string place;
 };
 
 struct FileObject {
@@ -344,22 +546,34 @@ struct FileScene {
     std::vector<int> order;  // creation order: parents before children, siblings in file order
     std::vector<FileConnection> connections;
     std::vector<int> selection;
+    std::unordered_map<std::string, int> paths;  // object path -> index in the file
 };
 
 std::string objectPlace(int i) { return at("objects", static_cast<std::size_t>(i)); }
 
+// Where the value of a slot was written in object i: built only for messages, as the reader
+// spelled it.
+std::string valuePlace(const FileObject& o, int i, int slot) {
+    const db::NodeDef& def = *o.def;
+    if (slot >= def.slotCount()) return at(objectPlace(i) + ".custom", static_cast<std::size_t>(slot - def.slotCount())) + ".value";
+    const db::SlotInfo& info = def.slot(slot);
+    std::string place = objectPlace(i) + ".attributes.";
+    if (info.parent >= 0) place += def.slot(info.parent).def->name + ".";
+    return place + info.def->name;
+}
+
 // Reads an attribute value (an array whole) into the object's list of values to set.
 void readValue(FileObject& o, int slot, const AttributeDef& a, const Json& j, const std::string& place) {
     if (!a.isArray) {
-        o.values.push_back({slot, readScalar(a, j, place), place});
+        o.values.push_back({slot, readScalar(a, j, place)});
         return;
     }
     if (!j.is_array()) expected(place, "an array", j);
     db::ValueList list;
     for (std::size_t e = 0; e < j.size(); ++e) list.push_back(readScalar(a, j[e], at(place, e)));
     o.arraySizes[slot] = static_cast<int>(list.size());
-    if (a.type == ValueType::ObjectRef) o.referenceArrays.push_back({slot, static_cast<std::int32_t>(list.size()), place});
-    else o.values.push_back({slot, std::move(list), place});
+    if (a.type == ValueType::ObjectRef) o.referenceArrays.push_back({slot, static_cast<std::int32_t>(list.size())});
+    else o.values.push_back({slot, std::move(list)});
 }
 
 void readAttributes(FileObject& o, const Json& j, const std::string& place) {
@@ -471,12 +685,26 @@ FileObject readObject(const Json& j, int i, const db::Database& types) {
     return o;
 }
 
+// A name under a parent (a file index, -1 = top level).
+struct SiblingName {
+    int parent;
+    std::string_view name;
+    bool operator==(const SiblingName& o) const { return parent == o.parent && name == o.name; }
+};
+
+struct SiblingNameHash {
+    std::size_t operator()(const SiblingName& k) const noexcept {
+        return std::hash<std::string_view>()(k.name) * 31 + static_cast<std::size_t>(k.parent + 1);
+    }
+};
+
 // Resolves parents, refuses cycles, misplaced settings objects and clashing names, and orders the
 // objects for creation.
 void linkObjects(FileScene& scene) {
     std::vector<FileObject>& objects = scene.objects;
     const int count = static_cast<int>(objects.size());
     std::unordered_map<std::int64_t, int> byId;
+    byId.reserve(objects.size());
     for (int i = 0; i < count; ++i) {
         auto [it, added] = byId.emplace(objects[i].id, i);
         if (!added)
@@ -496,8 +724,9 @@ void linkObjects(FileScene& scene) {
     }
     // Walk up from every object; meeting the walk in progress again means a cycle.
     std::vector<char> state(objects.size(), 0);  // 0 unseen, 1 on the current walk, 2 done
+    std::vector<int> walk;
     for (int i = 0; i < count; ++i) {
-        std::vector<int> walk;
+        walk.clear();
         int k = i;
         while (k >= 0 && state[k] == 0) {
             state[k] = 1;
@@ -512,7 +741,8 @@ void linkObjects(FileScene& scene) {
         for (int w : walk) state[w] = 2;
     }
     std::map<const db::NodeDef*, int> settings;
-    std::map<std::pair<int, std::string>, int> names;
+    std::unordered_map<SiblingName, int, SiblingNameHash> names;
+    names.reserve(objects.size());
     std::vector<int> top;
     for (int i = 0; i < count; ++i) {
         FileObject& o = objects[i];
@@ -524,7 +754,7 @@ void linkObjects(FileScene& scene) {
             if (!added) fail(objectPlace(i) + ".type", "the scene already has a " + type + " object (" +
                                                            objectPlace(it->second) + ")");
         }
-        auto [it, added] = names.emplace(std::make_pair(o.parent, o.name), i);
+        auto [it, added] = names.emplace(SiblingName{o.parent, o.name}, i);
         if (!added)
             fail(objectPlace(i) + ".name", "duplicate name: '" + o.name + "' is also the name of " +
                                                objectPlace(it->second) + " under the same parent");
@@ -540,7 +770,8 @@ void linkObjects(FileScene& scene) {
         stack.insert(stack.end(), o.children.rbegin(), o.children.rend());
     }
     // Names holding '/' could make two paths equal; connections and the selection need them unique.
-    std::unordered_map<std::string, int> paths;
+    std::unordered_map<std::string, int>& paths = scene.paths;
+    paths.reserve(scene.order.size());
     for (int i : scene.order) {
         auto [it, added] = paths.emplace(objects[i].path, i);
         if (!added) fail(objectPlace(i) + ".name", "the path '" + objects[i].path + "' is also the path of " + objectPlace(it->second));
@@ -623,8 +854,7 @@ FileEndpoint readEndpoint(const FileScene& scene, const std::unordered_map<std::
 
 void readConnections(FileScene& scene, const Json& j, const db::NodeDef& rootDef) {
     if (!j.is_array()) expected("connections", "an array", j);
-    std::unordered_map<std::string, int> paths;
-    for (std::size_t i = 0; i < scene.objects.size(); ++i) paths.emplace(scene.objects[i].path, static_cast<int>(i));
+    const std::unordered_map<std::string, int>& paths = scene.paths;
     std::map<std::pair<int, db::AttrKey>, std::size_t> inputs;
     for (std::size_t i = 0; i < j.size(); ++i) {
         const std::string place = at("connections", i);
@@ -650,14 +880,109 @@ void readSelection(FileScene& scene, const Json& j) {
     for (std::size_t i = 0; i < j.size(); ++i) {
         if (!j[i].is_string()) expected(at("selection", i), "an object path", j[i]);
         const std::string& path = j[i].get_ref<const std::string&>();
-        auto it = std::find_if(scene.objects.begin(), scene.objects.end(),
-                               [&](const FileObject& o) { return o.path == path; });
-        if (it == scene.objects.end()) fail(at("selection", i), "no object '" + path + "' in the file");
-        scene.selection.push_back(static_cast<int>(it - scene.objects.begin()));
+        auto it = scene.paths.find(path);
+        if (it == scene.paths.end()) fail(at("selection", i), "no object '" + path + "' in the file");
+        scene.selection.push_back(it->second);
     }
 }
 
-FileScene readScene(const Json& doc, const db::Database& types) {
+// Reads the text as a stream of parse events. Each element of the top-level "objects" array is
+// built on its own and read at once, so the whole scene is never held as one document; the rest
+// of the text becomes `doc`. The first object error waits for readScene, which reports it after
+// the checks that come before the objects, and the rest of the text is still checked for syntax.
+class SceneReader {
+public:
+    explicit SceneReader(const db::Database& types) : m_types(types) {}
+
+    Json doc;
+    std::vector<FileObject> objects;
+    std::optional<LoadError> objectError;
+    std::size_t errorByte = 0;  // where the text stops being JSON, with the parser's message
+    std::string errorText = "syntax error";
+
+    bool null() { return value(Json(nullptr)); }
+    bool boolean(bool b) { return value(Json(b)); }
+    bool number_integer(Json::number_integer_t n) { return value(Json(n)); }
+    bool number_unsigned(Json::number_unsigned_t n) { return value(Json(n)); }
+    bool number_float(Json::number_float_t n, const Json::string_t&) { return value(Json(n)); }
+    bool string(Json::string_t& text) { return value(Json(std::move(text))); }
+    bool binary(Json::binary_t& bytes) { return value(Json(bytes)); }
+    bool start_object(std::size_t) { return open(Json::value_t::object); }
+    bool end_object() { return close(); }
+    bool start_array(std::size_t) { return open(Json::value_t::array); }
+    bool end_array() { return close(); }
+    bool key(Json::string_t& name) {
+        m_key = std::move(name);
+        return true;
+    }
+    bool parse_error(std::size_t byte, const std::string&, const Json::exception& e) {
+        errorByte = byte;
+        errorText = e.what();
+        return false;
+    }
+
+private:
+    // Puts a value into the innermost open container, or makes it the document.
+    Json* add(Json&& v) {
+        if (m_open.empty()) {
+            doc = std::move(v);
+            return &doc;
+        }
+        Json& top = *m_open.back();
+        if (top.is_object()) return &(top[m_key] = std::move(v));
+        top.push_back(std::move(v));
+        return &top.back();
+    }
+    bool inObjects() const { return m_objectsDepth != 0 && m_open.size() == m_objectsDepth; }
+    bool value(Json&& v) {
+        if (inObjects()) readElement(v);
+        else add(std::move(v));
+        return true;
+    }
+    bool open(Json::value_t type) {
+        if (inObjects()) {
+            m_element = Json(type);
+            m_open.push_back(&m_element);
+            return true;
+        }
+        const bool objectsArray = type == Json::value_t::array && m_open.size() == 1 && m_open.back()->is_object() &&
+                                  m_key == "objects";
+        m_open.push_back(add(Json(type)));
+        if (objectsArray) {
+            // A repeated key replaces the earlier value, as it does in a document.
+            m_objectsDepth = m_open.size();
+            objects.clear();
+            objectError.reset();
+            m_index = 0;
+        }
+        return true;
+    }
+    bool close() {
+        m_open.pop_back();
+        if (m_objectsDepth != 0 && m_open.size() == m_objectsDepth) readElement(m_element);
+        else if (m_open.size() < m_objectsDepth) m_objectsDepth = 0;
+        return true;
+    }
+    void readElement(const Json& j) {
+        const int i = m_index++;
+        if (objectError) return;
+        try {
+            objects.push_back(readObject(j, i, m_types));
+        } catch (const LoadError& e) {
+            objectError = e;
+        }
+    }
+
+    const db::Database& m_types;
+    std::vector<Json*> m_open;  // open containers, outermost first
+    std::string m_key;
+    std::size_t m_objectsDepth = 0;  // m_open's size while inside the "objects" array, else 0
+    Json m_element;
+    int m_index = 0;
+};
+
+FileScene readScene(SceneReader& reader, const db::Database& types) {
+    const Json& doc = reader.doc;
     if (!doc.is_object()) expected("", "a scene (a JSON object)", doc);
     onlyKeys(doc, {"format", "version", "objects", "connections", "selection"}, "");
     const Json* format = member(doc, "format");
@@ -676,8 +1001,8 @@ FileScene readScene(const Json& doc, const db::Database& types) {
     const Json* objects = member(doc, "objects");
     if (!objects) fail("", "missing \"objects\"");
     if (!objects->is_array()) expected("objects", "an array", *objects);
-    for (std::size_t i = 0; i < objects->size(); ++i)
-        scene.objects.push_back(readObject((*objects)[i], static_cast<int>(i), types));
+    if (reader.objectError) throw *reader.objectError;
+    scene.objects = std::move(reader.objects);
     linkObjects(scene);
     if (const Json* connections = member(doc, "connections")) readConnections(scene, *connections, types.rootType());
     if (const Json* selection = member(doc, "selection")) readSelection(scene, *selection);
@@ -703,9 +1028,10 @@ void buildObjects(db::Database& target, const FileScene& scene, std::vector<int>
             if (target.addCustomAttribute(id, o.custom[c]) != o.def->slotCount() + static_cast<int>(c))
                 fail(at(objectPlace(i) + ".custom", c), "the attribute could not be added");
         for (const SlotValue& v : o.values)
-            if (!target.setValue(db::AttrKey{id, v.slot}, v.value)) fail(v.place, "the value was refused");
+            if (!target.setValue(db::AttrKey{id, v.slot}, v.value)) fail(valuePlace(o, i, v.slot), "the value was refused");
         for (const SlotValue& r : o.referenceArrays)
-            if (!target.resizeArray(db::AttrKey{id, r.slot}, r.value.asInt())) fail(r.place, "the array was refused");
+            if (!target.resizeArray(db::AttrKey{id, r.slot}, r.value.asInt()))
+                fail(valuePlace(o, i, r.slot), "the array was refused");
     }
     // Every scene has one object of each settings type: older files may lack some.
     for (const db::NodeDef* def : target.types()) {
@@ -741,18 +1067,18 @@ void build(db::Database& target, const FileScene& scene) {
     target.clearUndo();
 }
 
-std::string syntaxError(const std::string& file, const std::string& text, const nlohmann::json::parse_error& e) {
-    std::size_t pos = std::min<std::size_t>(e.byte > 0 ? e.byte - 1 : 0, text.size());
+std::string syntaxError(const std::string& file, const std::string& text, std::size_t byte, const std::string& what) {
+    std::size_t pos = std::min<std::size_t>(byte > 0 ? byte - 1 : 0, text.size());
     std::size_t line = 1, lineStart = 0;
     for (std::size_t k = 0; k < pos; ++k)
         if (text[k] == '\n') ++line, lineStart = k + 1;
-    std::string what = e.what();
     std::size_t from = what.find("syntax error");
     std::string problem = from != std::string::npos ? what.substr(from) : what.substr(what.find(']') + 1);
+    problem.erase(0, problem.find_first_not_of(' '));
     std::string message = file + ": line " + std::to_string(line) + ", column " + std::to_string(pos - lineStart + 1) +
                           ": " + problem;
     if (text.empty()) message += " (the file is empty)";
-    else if (e.byte > text.size()) message += " (the file ends too early: it may be truncated)";
+    else if (byte > text.size()) message += " (the file ends too early: it may be truncated)";
     return message;
 }
 
@@ -791,22 +1117,27 @@ std::string XSceneFile::toJson(const db::Database& database) {
         const auto& kids = database.node(id)->children();
         stack.insert(stack.end(), kids.rbegin(), kids.rend());
     }
-    std::unordered_map<int, int> fileIds;
-    for (std::size_t i = 0; i < order.size(); ++i) fileIds.emplace(order[i], static_cast<int>(i) + 1);
+    std::vector<int> fileIds(static_cast<std::size_t>(database.idLimit()), 0);
+    for (std::size_t i = 0; i < order.size(); ++i) fileIds[static_cast<std::size_t>(order[i])] = static_cast<int>(i) + 1;
 
-    Json objects = Json::array();
-    for (int id : order) {
-        const db::Node& n = *database.node(id);
-        Json o = Json::object();
-        o["id"] = fileIds[id];
-        o["type"] = n.def().typeName();
-        o["name"] = n.name();
-        o["parent"] = n.parent() == db::Database::RootId ? Json(nullptr) : Json(fileIds[n.parent()]);
-        o["attributes"] = attributesJson(n);
-        Json custom = customJson(database, n);
-        if (!custom.empty()) o["custom"] = std::move(custom);
-        objects.push_back(std::move(o));
+    std::string out;
+    out.reserve(256 + order.size() * 160);
+    out += "{\n  \"format\": ";
+    writeString(out, FormatName);
+    out += ",\n  \"version\": ";
+    writeInt(out, FormatVersion);
+
+    out += ",\n  \"objects\": [";
+    std::unordered_map<const db::NodeDef*, SavedType> types;
+    for (std::size_t i = 0; i < order.size(); ++i) {
+        const db::Node& n = *database.node(order[i]);
+        auto type = types.find(&n.def());
+        if (type == types.end()) type = types.emplace(&n.def(), savedType(n.def())).first;
+        if (i) out += ',';
+        const int parent = n.parent() == db::Database::RootId ? 0 : fileIds[static_cast<std::size_t>(n.parent())];
+        writeObject(out, database, n, static_cast<int>(i) + 1, parent, type->second);
     }
+    out += order.empty() ? "]" : "\n  ]";
 
     // Sorted by destination (each has one source) so that equal scenes give equal text.
     std::vector<std::pair<std::string, std::string>> links;
@@ -818,19 +1149,19 @@ std::string XSceneFile::toJson(const db::Database& database) {
                            database.path(src.node) + "." + attributePath(*s, src));
     });
     std::sort(links.begin(), links.end());
-    Json connections = Json::array();
-    for (const auto& [to, from] : links) connections.push_back(Json{{"from", from}, {"to", to}});
+    writeList(out, "connections", links, [&](const std::pair<std::string, std::string>& link) {
+        out += "{\"from\": ";
+        writeString(out, link.second);
+        out += ", \"to\": ";
+        writeString(out, link.first);
+        out += '}';
+    });
 
-    Json selection = Json::array();
+    std::vector<std::string> selection;
     for (int id : database.selection()) selection.push_back(database.path(id));
-
-    Json doc = Json::object();
-    doc["format"] = FormatName;
-    doc["version"] = FormatVersion;
-    doc["objects"] = std::move(objects);
-    doc["connections"] = std::move(connections);
-    doc["selection"] = std::move(selection);
-    return doc.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+    writeList(out, "selection", selection, [&](const std::string& path) { writeString(out, path); });
+    out += "\n}\n";
+    return out;
 }
 
 bool XSceneFile::save(const db::Database& database, const std::string& fileName, std::string& error) {
@@ -884,20 +1215,23 @@ bool XSceneFile::loadJson(db::Database& database, const std::string& text, const
         error = file + ": cannot load a scene while a change block is open";
         return false;
     }
-    Json doc;
+    // The scene is built once, aside: whatever the file or the database refuses leaves the open
+    // scene untouched. Its ids follow the open scene's, so no id is handed out twice in a session.
+    db::Database scratch;
+    for (const db::NodeDef* def : database.types()) scratch.registerType(*def);
+    scratch.setRecording(false);
+    scratch.reserveIds(database.idLimit());
     try {
-        doc = Json::parse(text);
-    } catch (const nlohmann::json::parse_error& e) {
-        error = syntaxError(file, text, e);
-        return false;
-    }
-    FileScene scene;
-    try {
-        scene = readScene(doc, database);
-        // A trial build catches whatever the database itself refuses, with the open scene untouched.
-        db::Database trial;
-        for (const db::NodeDef* def : database.types()) trial.registerType(*def);
-        build(trial, scene);
+        FileScene scene;
+        {
+            SceneReader reader(database);
+            if (!Json::sax_parse(text, &reader)) {
+                error = syntaxError(file, text, reader.errorByte, reader.errorText);
+                return false;
+            }
+            scene = readScene(reader, database);
+        }
+        build(scratch, scene);
     } catch (const LoadError& e) {
         error = describe(file, e);
         return false;
@@ -912,11 +1246,8 @@ bool XSceneFile::loadJson(db::Database& database, const std::string& text, const
     const db::NodeDef* timeType =
         timeKey.isValid() && timeNode && timeNode->def().hasFlag(db::SettingsType) ? &timeNode->def() : nullptr;
 
-    database.reset();
-    try {
-        build(database, scene);
-    } catch (const LoadError& e) {
-        error = describe(file, e) + " (the open scene was cleared)";
+    if (!database.takeContents(scratch)) {
+        error = file + ": cannot load a scene while a change block is open";
         return false;
     }
     if (timeType && timeKey.slot < timeType->slotCount()) {

@@ -125,6 +125,20 @@ public:
     int attributeId(const AttrKey& key) const;
     AttrKey attributeKey(int id) const;
 
+    // Bulk building (DatabaseBulk.cpp): a whole scene is built aside, then swapped in at once.
+    // With recording off, edits are neither journaled nor gathered into change rounds: they cannot
+    // be undone and observers are not told. Switching clears undo and redo. Refused (false) while
+    // a change block is open.
+    bool setRecording(bool on);
+    bool isRecording() const { return m_recording; }
+    // The next object created gets at least this id (so that ids from another database are never
+    // handed out again once the contents move there).
+    void reserveIds(int firstId);
+    // Exchanges the contents with `other`: objects, names, connections, the selection, the time key
+    // and evaluation state. Registered types, observers and settings stay put; observers are not
+    // told. Undo and redo of both are cleared. Refused (false) while either has an open block.
+    bool takeContents(Database& other);
+
 private:
     friend struct JournalOp;
     struct Pending;
@@ -181,6 +195,7 @@ private:
     int m_depth = 0;
     bool m_blockTransient = false;
     bool m_replaying = false;
+    bool m_recording = true;  // off: no journal, no change records (bulk building)
     std::unique_ptr<Pending> m_open;       // journal and change of the open outermost block
     std::unique_ptr<Pending> m_transient;  // transient rounds not yet committed
     std::vector<std::unique_ptr<UndoStep>> m_undo;

@@ -29,7 +29,10 @@ public:
     bool isSelectionChanged() const { return m_selectionChanged; }
     bool isTransient() const { return m_transient; }
 
-    bool isObjectChanged(int node) const { return m_changedNodes.count(node) != 0; }
+    // Created and deleted objects count as changed without being listed twice.
+    bool isObjectChanged(int node) const {
+        return m_changedNodes.count(node) != 0 || m_createdSet.count(node) != 0 || m_deletedSet.count(node) != 0;
+    }
     bool isNameChanged(int node) const { return m_renamedSet.count(node) != 0; }
     bool isAttributeChanged(const AttrKey& key) const { return m_changedKeys.count(key) != 0; }
     bool isValueTypeChanged(ValueType type) const {
@@ -45,6 +48,7 @@ public:
     const std::vector<int>& deleted() const { return m_deleted; }
     const std::vector<int>& renamed() const { return m_renamed; }
     const std::vector<int>& reparented() const { return m_reparented; }
+    // Objects whose values, name or place changed (created and deleted ones are in their own lists).
     const std::unordered_set<int>& changedNodes() const { return m_changedNodes; }
     std::size_t changedAttributeCount() const { return m_changedKeys.size(); }
     const std::string& description() const { return m_description; }
@@ -66,10 +70,12 @@ public:
 
 private:
     static void addUnique(std::vector<int>& list, std::unordered_set<int>& set, int node);
+    void recordDef(const NodeDef& def);
 
     std::unordered_set<int> m_changedNodes;
     std::unordered_set<AttrKey, AttrKeyHash> m_changedKeys;
     std::unordered_set<const NodeDef*> m_changedDefs;
+    const NodeDef* m_lastDef = nullptr;  // skips the set insert for runs of one type
     std::unordered_set<AttrKey, AttrKeyHash> m_directKeys;
     std::uint32_t m_changedTypes = 0;
     std::vector<int> m_created, m_deleted, m_renamed, m_reparented;

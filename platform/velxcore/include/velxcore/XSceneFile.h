@@ -8,8 +8,10 @@ class Database;
 
 namespace VelX {
 
-// Scene files: versioned, human-readable JSON. Saving writes a temporary file, flushes it to disk
-// and renames it over the old one, so a crash leaves the old or the new file, never a broken one.
+// Scene files: versioned, human-readable JSON. Attributes are written in the order of their type
+// and only where they differ from the type's default; loading fills in the defaults. Saving writes
+// a temporary file, flushes it to disk and renames it over the old one, so a crash leaves the old
+// or the new file, never a broken one.
 class XSceneFile {
 public:
     static constexpr int FormatVersion = 1;
@@ -17,7 +19,8 @@ public:
     // The scene as JSON text (also used to compare two scenes byte for byte).
     static std::string toJson(const db::Database& database);
     static bool save(const db::Database& database, const std::string& fileName, std::string& error);
-    // Validates the whole text first; only a valid scene replaces the database's contents.
+    // Validates the whole text and builds the scene aside; only a valid scene replaces the
+    // database's contents. Observers get no change round for it: the caller announces the load.
     static bool loadJson(db::Database& database, const std::string& text, const std::string& fileName,
                          std::string& error);
     static bool load(db::Database& database, const std::string& fileName, std::string& error);
