@@ -322,14 +322,18 @@ std::string Database::rename(int id, const std::string& name) {
     if (unique != wanted && base(n->m_name) == base(wanted)) unique = n->m_name;
     if (unique == n->m_name) return unique;
     ImplicitBlock block(*this);
+    renameJournaled(id, unique);
+    return unique;
+}
+
+void Database::renameJournaled(int id, const std::string& name) {
     JournalOp op;
     op.kind = JournalOp::Kind::Rename;
     op.node = id;
-    op.data().textBefore = n->m_name;
-    op.data().textAfter = unique;
-    doRename(id, unique);
+    op.data().textBefore = node(id)->m_name;
+    op.data().textAfter = name;
+    doRename(id, name);
     journal(std::move(op));
-    return unique;
 }
 
 void Database::doRename(int id, const std::string& name) {
@@ -357,15 +361,7 @@ bool Database::setParent(int id, int newParent, int index) {
     if (n->m_parent != newParent) {
         // The name must be unique among the new siblings; the old ones no longer matter.
         std::string unique = uniqueName(newParent, n->m_name, id);
-        if (unique != n->m_name) {
-            JournalOp renameOp;
-            renameOp.kind = JournalOp::Kind::Rename;
-            renameOp.node = id;
-            renameOp.data().textBefore = n->m_name;
-            renameOp.data().textAfter = unique;
-            doRename(id, unique);
-            journal(std::move(renameOp));
-        }
+        if (unique != n->m_name) renameJournaled(id, unique);
     }
     JournalOp op;
     op.kind = JournalOp::Kind::Reparent;

@@ -103,27 +103,24 @@ void Database::finishRound(bool transient, const std::string& description) {
         if (!description.empty()) m_transient->description = description;
         change->setTransient(true);
     } else if (!round->ops.empty()) {
-        auto step = std::make_unique<UndoStep>();
-        step->name = description.empty() ? defaultStepName(round->ops) : description;
-        step->ops = std::move(round->ops);
-        m_undo.push_back(std::move(step));
-        m_redo.clear();
-        if (m_undoLimit > 0 && m_undo.size() > m_undoLimit) m_undo.erase(m_undo.begin());
+        pushUndoStep(description, std::move(round->ops));
     }
     if (!change->isEmpty()) deliver(change);
+}
+
+void Database::pushUndoStep(std::string name, std::vector<JournalOp>&& ops) {
+    auto step = std::make_unique<UndoStep>();
+    step->name = name.empty() ? defaultStepName(ops) : std::move(name);
+    step->ops = std::move(ops);
+    m_undo.push_back(std::move(step));
+    m_redo.clear();
+    if (m_undoLimit > 0 && m_undo.size() > m_undoLimit) m_undo.erase(m_undo.begin());
 }
 
 void Database::commitTransient() {
     if (!m_transient || m_depth > 0) return;
     std::unique_ptr<Pending> pending = std::move(m_transient);
-    if (!pending->ops.empty()) {
-        auto step = std::make_unique<UndoStep>();
-        step->name = pending->description.empty() ? defaultStepName(pending->ops) : pending->description;
-        step->ops = std::move(pending->ops);
-        m_undo.push_back(std::move(step));
-        m_redo.clear();
-        if (m_undoLimit > 0 && m_undo.size() > m_undoLimit) m_undo.erase(m_undo.begin());
-    }
+    if (!pending->ops.empty()) pushUndoStep(pending->description, std::move(pending->ops));
     // The final round carries everything the drag changed, so observers that skipped the
     // transient rounds can catch up.
     pending->change->setTransient(false);

@@ -196,14 +196,14 @@ bool Database::setValue(const AttrKey& key, const Value& v) {
         // Elements that disappear lose their connections first.
         int newSize = static_cast<int>(converted.get<ValueList>().size());
         for (int e = newSize; e < arraySize(key); ++e) {
-            std::vector<std::pair<AttrKey, AttrKey>> links;
-            AttrKey element = key.withElement(e);
-            if (m_inputs.count(element)) disconnect(element);
-            for (int c = 0; c < static_cast<int>(def->children.size()); ++c)
-                if (m_inputs.count(key.withElement(e, c))) disconnect(key.withElement(e, c));
-            std::vector<AttrKey> outs;
-            outputs(element, outs);
-            for (const AttrKey& o : outs) disconnect(o);
+            std::vector<AttrKey> ends{key.withElement(e)};
+            for (int c = 0; c < static_cast<int>(def->children.size()); ++c) ends.push_back(key.withElement(e, c));
+            for (const AttrKey& end : ends) {
+                if (m_inputs.count(end)) disconnect(end);
+                std::vector<AttrKey> outs;
+                outputs(end, outs);
+                for (const AttrKey& o : outs) disconnect(o);
+            }
         }
     }
     journalSetValue(key, before, converted);

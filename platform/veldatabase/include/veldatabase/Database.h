@@ -149,6 +149,8 @@ private:
     void detachRoots(int parent, const std::vector<std::pair<int, int>>& roots,
                      std::vector<std::unique_ptr<Node>>& owned);
     void doRename(int id, const std::string& name);
+    void renameJournaled(int id, const std::string& name);
+    void pushUndoStep(std::string name, std::vector<JournalOp>&& ops);
     void doReparent(int id, int newParent, int index);
     void doSetStored(const AttrKey& key, const Value& value);
     void doConnect(const AttrKey& source, const AttrKey& destination);
