@@ -47,6 +47,19 @@ void Database::endChangeBlock(const std::string& description) {
     finishRound(m_blockTransient, m_open->description);
 }
 
+bool Database::cancelChangeBlock() {
+    if (m_depth == 0 || !m_open) return false;
+    std::unique_ptr<Pending> round = std::move(m_open);
+    m_open = std::make_unique<Pending>();  // collects the revert's records, which nobody hears
+    const bool wasReplaying = m_replaying;
+    m_replaying = true;
+    for (auto it = round->ops.rbegin(); it != round->ops.rend(); ++it) apply(*it, false);
+    m_replaying = wasReplaying;
+    m_open.reset();
+    m_depth = 0;
+    return true;
+}
+
 bool Database::hasPendingTransient() const { return m_transient && !m_transient->ops.empty(); }
 
 void Database::journal(JournalOp&& op) {

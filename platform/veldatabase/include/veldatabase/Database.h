@@ -97,6 +97,9 @@ public:
     void beginChangeBlock(bool transient = false);
     void endChangeBlock(const std::string& description = {});
     void commitTransient();
+    // Reverts everything done since the outermost open block began and closes every level,
+    // without a notification or an undo step (a failed script leaves the scene as it found it).
+    bool cancelChangeBlock();
     int blockDepth() const { return m_depth; }
     bool hasPendingTransient() const;
 

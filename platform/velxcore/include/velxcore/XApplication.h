@@ -1,5 +1,6 @@
 #pragma once
 
+#include <velxcore/XScriptFunctions.h>
 #include <velxcore/XUnits.h>
 
 #include <functional>
@@ -10,6 +11,13 @@
 namespace VelX {
 
 class XObjectDef;
+
+// Limits that every script run obeys (the application settings keep the user's choice).
+struct XScriptLimits {
+    double timeBudgetSeconds = 10.0;
+    std::size_t memoryBudgetBytes = 64u * 1024u * 1024u;  // for untrusted (sandboxed) Lua
+};
+
 class XScene;
 class XSceneObserver;
 
@@ -32,6 +40,8 @@ public:
     const std::vector<XObjectDef*>& ObjectDefinitions() const { return m_definitions; }
 
     XDisplayUnits& DisplayUnits() { return m_units; }
+    XScriptLimits& ScriptLimits() { return m_scriptLimits; }
+    XScriptFunctions& ScriptFunctions() { return m_scriptFunctions; }
 
     void LogInformation(const wchar_t* text);
     const std::vector<std::wstring>& LogLines() const { return m_log; }
@@ -46,6 +56,8 @@ private:
     std::vector<XObjectDef*> m_definitions;
     std::vector<std::unique_ptr<XObjectDef>> m_builtInDefinitions;
     XDisplayUnits m_units;
+    XScriptLimits m_scriptLimits;
+    XScriptFunctions m_scriptFunctions;
     std::vector<std::wstring> m_log;
     std::function<void(const std::wstring&)> m_sink;
 };

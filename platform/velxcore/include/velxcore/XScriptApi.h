@@ -1,0 +1,61 @@
+#pragma once
+
+#include <veldatabase/Value.h>
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace VelX {
+
+class XScene;
+
+// A script's mistake (a wrong path, attribute or value): the bindings turn it into an error of the
+// script's own language, which then names the script and line.
+class XScriptError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+// The scene operations of the `velx` script module, shared by the Lua and Python bindings so that
+// both languages behave the same. Paths are object paths ("Hero/Hips"); values travel as db::Value
+// (nil, bool, int, float/double, string, lists for vectors, matrices and arrays).
+class XScriptApi {
+public:
+    explicit XScriptApi(XScene& scene) : m_scene(scene) {}
+
+    bool exists(const std::string& path) const;
+    std::vector<std::string> findByType(const std::string& type, bool exact) const;
+    std::vector<std::string> children(const std::string& path) const;
+    std::string typeOf(const std::string& path) const;
+    std::string create(const std::string& type, const std::string& name, const std::string& parentPath);
+    void remove(const std::string& path);
+    std::string reparent(const std::string& path, const std::string& parentPath);
+    std::string rename(const std::string& path, const std::string& name);
+    void select(const std::vector<std::string>& paths);
+    std::vector<std::string> selection() const;
+    db::Value get(const std::string& path, const std::string& attribute) const;
+    void set(const std::string& path, const std::string& attribute, const db::Value& value);
+    std::vector<std::string> attributes(const std::string& path) const;
+    void connect(const std::string& sourceAttribute, const std::string& destinationAttribute);
+    void disconnect(const std::string& destinationAttribute);
+    // Sets a key at the frame (the current frame when none) with the value (the current one when none).
+    void setKey(const std::string& path, const std::string& attribute, const db::Value& frame, const db::Value& value);
+    void clearKeys(const std::string& path, const std::string& attribute);
+    double frame() const;
+    void setFrame(double frame);
+    void beginBlock();
+    void endBlock(const std::string& description);
+    bool undo();
+    bool redo();
+    void log(const std::string& text);
+
+    XScene& scene() const { return m_scene; }
+
+private:
+    int objectId(const std::string& path) const;  // throws XScriptError when missing
+
+    XScene& m_scene;
+};
+
+}  // namespace VelX
