@@ -28,7 +28,7 @@ TEST_F(ConnectionTest, RefusesMismatchedTypesAndSaysWhy) {
         {key(a, Slot::Weight), key(b, Slot::Message), "into the message attribute"},
         {key(a, Slot::Weight), key(a, Slot::Weight), "into itself"},
         {key(a, Slot::Message), key(b, Slot::Weight), "a reference into a value"},
-        {key(a, Slot::Message), key(b, Slot::Special), "a reference of the wrong type"},
+        {key(a, Slot::Message), key(b, Slot::OtherRef), "a reference of the wrong type"},
         {key(a, 99), key(b, Slot::Weight), "no such source"},
         {key(a, Slot::Weight), db::AttrKey{b, Slot::Items, 0, Slot::ItemValue}, "no such element"},
     };
@@ -42,8 +42,8 @@ TEST_F(ConnectionTest, RefusesMismatchedTypesAndSaysWhy) {
     EXPECT_EQ(db.node(a)->connectionCount(), 0);
 
     int other = db.create(otherDef(), "other");
-    EXPECT_TRUE(db.connect(key(other, Slot::Message), key(b, Slot::Special)));
-    EXPECT_EQ(db.value(key(b, Slot::Special)).asInt(), other);
+    EXPECT_TRUE(db.connect(key(other, Slot::Message), key(b, Slot::OtherRef)));
+    EXPECT_EQ(db.value(key(b, Slot::OtherRef)).asInt(), other);
     EXPECT_TRUE(recorder.last().isAttributeReferenceChanged());
     EXPECT_TRUE(db.connect(key(a, Slot::Weight), key(b, Slot::SizeW))) << "float into a compound's float child";
 }

@@ -18,7 +18,7 @@ namespace dbtest {
 // Slots of the "Item" type: top-level attributes in order, the compound's children right after it.
 namespace Slot {
 constexpr int Message = 0, Weight = 1, Count = 2, Mode = 3, Label = 4, Size = 5, SizeW = 6, SizeH = 7,
-              Items = 8, Target = 9, Special = 10, Total = 11, World = 12;
+              Items = 8, Target = 9, OtherRef = 10, Total = 11, World = 12;
 constexpr int ItemName = 0, ItemValue = 1;  // fields of one element of "items"
 constexpr int WorldTopLevelIndex = 10;
 }  // namespace Slot
@@ -72,8 +72,8 @@ inline const db::NodeDef& itemDef() {
         items.children = {attr("name", db::ValueType::String, std::string()), attr("value", db::ValueType::Float, 0.0f)};
         db::AttributeDef mode = attr("mode", db::ValueType::Enum, std::int32_t(0));
         mode.enumNames = {"off", "on", "auto"};
-        db::AttributeDef special = attr("special", db::ValueType::ObjectRef);
-        special.refType = "Other";
+        db::AttributeDef otherRef = attr("otherRef", db::ValueType::ObjectRef);
+        otherRef.refType = "Other";
         db::AttributeDef world = attr("world", db::ValueType::Float, 0.0f, db::Visible | db::Computed);
         world.parentSlot = Slot::WorldTopLevelIndex;
         return std::vector<db::AttributeDef>{message(),
@@ -84,7 +84,7 @@ inline const db::NodeDef& itemDef() {
                                              size,
                                              items,
                                              attr("target", db::ValueType::ObjectRef),
-                                             special,
+                                             otherRef,
                                              attr("total", db::ValueType::Float, 0.0f, db::Visible | db::Computed),
                                              world};
     }();

@@ -303,17 +303,27 @@ TEST_F(UndoRedoTest, RedoOfMixedArrayAndFieldWritesInOneBlockEndsInTheSameState)
     EXPECT_EQ(db.storedValue(field).asDouble(), 2.0) << "the last write of the block must win";
 }
 
-TEST_F(UndoRedoTest, ShrinkingAnArrayDropsElementConnectionsAndUndoBringsThemBack) {
+// A connection left on a field that is gone would be invisible to connections() once its object
+// is deleted, and undoing a later disconnect of it would crash.
+TEST_F(UndoRedoTest, ShrinkingAnArrayDropsConnectionsOfItsFieldsAndUndoBringsThemBack) {
     int a = item("a"), b = item("b");
     db.resizeArray(key(b, Slot::Items), 3);
-    const db::AttrKey field{b, Slot::Items, 2, Slot::ItemValue};
-    ASSERT_TRUE(db.connect(key(a, Slot::Weight), field));
+    const db::AttrKey into{b, Slot::Items, 2, Slot::ItemValue}, from{b, Slot::Items, 1, Slot::ItemName};
+    ASSERT_TRUE(db.connect(key(a, Slot::Weight), into));
+    ASSERT_TRUE(db.connect(from, key(a, Slot::Label)));
+    db.setValue(db::AttrKey{b, Slot::Items, 1, Slot::ItemName}, "stale");
     ASSERT_TRUE(db.resizeArray(key(b, Slot::Items), 1));
-    EXPECT_FALSE(db.input(field).isValid());
+    EXPECT_FALSE(db.input(into).isValid());
     EXPECT_FALSE(db.hasOutputs(key(a, Slot::Weight)));
+    EXPECT_FALSE(db.input(key(a, Slot::Label)).isValid()) << "a connection from a field that is gone";
+    EXPECT_EQ(db.node(a)->connectionCount(), 0);
+    EXPECT_EQ(db.value(key(a, Slot::Label)).asString(), "");
+
     ASSERT_TRUE(db.undo());
     EXPECT_EQ(db.arraySize(key(b, Slot::Items)), 3);
-    EXPECT_EQ(db.input(field), key(a, Slot::Weight));
+    EXPECT_EQ(db.input(into), key(a, Slot::Weight));
+    EXPECT_EQ(db.input(key(a, Slot::Label)), from);
+    EXPECT_EQ(db.value(key(a, Slot::Label)).asString(), "stale");
 }
 
 }  // namespace

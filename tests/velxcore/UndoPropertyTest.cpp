@@ -1,9 +1,8 @@
 // Seeded property test of undo and redo: random sequences of edits of every kind, one undo step
 // each, must undo back to the exact starting scene text and redo to the exact final text.
 //
-// Replay one sequence with per-step checks: VELX_UNDO_SEED=<seed> ./velxcore_tests
-//     --gtest_filter='UndoProperty.*'
-#include <velxcore/XAnimation.h>
+// Replay one sequence, printing its steps as they run:
+//     VELX_UNDO_SEED=<seed> ./velxcore_tests --gtest_filter='UndoProperty.*'
 #include <velxcore/XAttribute.h>
 #include <velxcore/XDatabase.h>
 #include <velxcore/XKeyframe.h>
@@ -14,7 +13,6 @@
 #include <velxcore/XSelection.h>
 
 #include <veldatabase/Database.h>
-#include <velscenegraph/SceneGraphNodes.h>
 #include <velutils/StringUtils.h>
 
 #include <gtest/gtest.h>
@@ -39,9 +37,6 @@ using Velutils::StringUtils;
 constexpr int SequenceCount = 1000;
 constexpr int MaxSteps = 200;
 constexpr std::size_t MaxObjects = 14;  // keeps scenes, and so the scene text, small
-// Every second sequence also checks the scene text after each single undo and redo; that costs
-// three scene texts per step, so the rest check only the ends.
-constexpr unsigned StepCheckPeriod = 1;
 
 // Every kind of edit the generator draws.
 enum class Edit {
@@ -453,83 +448,108 @@ struct Outcome {
     std::array<int, EditCount> changed{};
 };
 
-// The first line where two scene texts differ, with its neighbour lines, for the failure report.
+// The first line where two scene texts differ, and the last object name above it.
 std::string firstDifference(const std::string& expected, const std::string& actual) {
     std::istringstream a(expected), b(actual);
-    std::string la, lb;
+    std::string la, lb, object;
     for (int line = 1;; ++line) {
         bool ha = static_cast<bool>(std::getline(a, la)), hb = static_cast<bool>(std::getline(b, lb));
         if (!ha && !hb) return "texts are equal";
         if (la != lb || ha != hb)
-            return "line " + std::to_string(line) + ": expected '" + (ha ? la : "<end>") + "', got '" +
-                   (hb ? lb : "<end>") + "'";
+            return "line " + std::to_string(line) + " (in " + object + "): expected '" + (ha ? la : "<end>") +
+                   "', got '" + (hb ? lb : "<end>") + "'";
+        if (la.find("\"name\":") != std::string::npos) object = la.substr(la.find_first_not_of(' '));
     }
 }
 
-// Runs one seeded sequence. With everyStep, the scene text after each step is kept and checked
-// on the way back and forth, which names the first step whose undo or redo goes wrong.
-Outcome runSequence(unsigned seed, bool everyStep) {
+std::string keyText(const db::AttrKey& k) {
+    return "(node " + std::to_string(k.node) + ", slot " + std::to_string(k.slot) + ", element " +
+           std::to_string(k.element) + ", field " + std::to_string(k.child) + ")";
+}
+
+// What is wrong with the database's own bookkeeping, or "": every connection joins attributes that
+// exist, and every object is found by its name under its parent (names are unique among siblings).
+std::string sceneProblem(const db::Database& d) {
+    std::string problem;
+    d.forEachConnection([&](const db::AttrKey& from, const db::AttrKey& to) {
+        if (problem.empty() && (!d.isValidKey(from) || !d.isValidKey(to)))
+            problem = "a connection with a missing end: " + keyText(from) + " -> " + keyText(to);
+    });
+    std::vector<int> stack{db::Database::RootId};
+    while (problem.empty() && !stack.empty()) {
+        const db::Node* n = d.node(stack.back());
+        stack.pop_back();
+        for (int c : n->children()) {
+            const db::Node* child = d.node(c);
+            if (!child || child->parent() != n->id()) return "object " + std::to_string(c) + " is a broken child";
+            if (d.findChild(n->id(), child->name()) != c)
+                return "'" + d.path(c) + "' is not found by its name (a sibling shares it?)";
+            stack.push_back(c);
+        }
+    }
+    return problem;
+}
+
+// Runs one seeded sequence; every state must pass sceneProblem, and undoing every step must give
+// the starting scene text, redoing them the final one. With everyStep the text after each step is
+// kept and checked after each single undo and redo too, which names the first step that goes
+// wrong. With echo, steps are printed as they run, so that even a crash shows where it happened.
+Outcome runSequence(unsigned seed, bool everyStep, bool echo) {
     Outcome out;
     XScene scene;
     XDatabase& database = scene.Database();
     const db::Database& d = database.db();
     Generator generator(scene, seed);
     const int length = 1 + generator.below(MaxSteps);
+    std::vector<std::string> texts{XSceneFile::toJson(d)};
 
-    const std::string start = XSceneFile::toJson(d);
-    std::vector<std::string> texts{start};
-    int steps = 0;
+    // Records a failure when the bookkeeping is broken or the scene text is not `expected`.
+    auto check = [&](const std::string& when, const std::string* expected) {
+        const std::string problem = sceneProblem(d);
+        if (!problem.empty()) out.failure = when + " left " + problem;
+        if (out.failure.empty() && expected) {
+            const std::string text = XSceneFile::toJson(d);
+            if (text != *expected) out.failure = when + " gives a different scene at " + firstDifference(*expected, text);
+        }
+        return out.failure.empty();
+    };
+
     for (int i = 0; i < length; ++i) {
         const Edit kind = generator.draw();
         const std::size_t before = d.undoCount();
         database.BeginChangeBlock();
-        std::string what = generator.perform(kind);
+        const std::string what = std::string(kEditKinds[static_cast<int>(kind)].name) + ": " + generator.perform(kind);
         database.EndChangeBlock();
         ++out.drawn[static_cast<std::size_t>(kind)];
-        if (d.undoCount() == before) continue;  // changed nothing
-        if (d.undoCount() != before + 1) {
-            out.failure = "step '" + what + "' made " + std::to_string(d.undoCount() - before) + " undo steps";
-            return out;
-        }
+        const bool changed = d.undoCount() != before;
+        if (echo) std::cerr << "  " << (changed ? std::to_string(out.steps.size() + 1) + ". " : "(no change) ") << what << std::endl;
+        if (!changed) continue;
         ++out.changed[static_cast<std::size_t>(kind)];
-        out.steps.push_back(std::string(kEditKinds[static_cast<int>(kind)].name) + ": " + what);
-        ++steps;
+        out.steps.push_back(what);
+        if (d.undoCount() != before + 1) out.failure = "step " + std::to_string(out.steps.size()) + " made several undo steps";
+        if (!out.failure.empty() || !check("step " + std::to_string(out.steps.size()), nullptr)) return out;
         if (everyStep) texts.push_back(XSceneFile::toJson(d));
     }
-    const std::string end = XSceneFile::toJson(d);
+    const std::string end = everyStep ? texts.back() : XSceneFile::toJson(d);
 
-    for (int i = steps; i > 0; --i) {
-        if (!database.Undo()) {
-            out.failure = "undo refused at step " + std::to_string(i);
-            return out;
-        }
-        if (everyStep && XSceneFile::toJson(d) != texts[static_cast<std::size_t>(i - 1)]) {
-            out.failure = "undo of step " + std::to_string(i) + " (" + out.steps[static_cast<std::size_t>(i - 1)] +
-                          ") differs at " + firstDifference(texts[static_cast<std::size_t>(i - 1)], XSceneFile::toJson(d));
-            return out;
-        }
+    const std::size_t steps = out.steps.size();
+    for (std::size_t i = steps; i > 0; --i) {
+        if (echo) std::cerr << "  undo " << i << std::endl;
+        const std::string when = "undo of step " + std::to_string(i) + " (" + out.steps[i - 1] + ")";
+        if (!database.Undo()) out.failure = when + " was refused";
+        if (!out.failure.empty() || !check(when, everyStep ? &texts[i - 1] : nullptr)) return out;
     }
     if (database.CanUndo()) out.failure = "undo is still possible after undoing every step";
-    const std::string undone = XSceneFile::toJson(d);
-    if (out.failure.empty() && undone != start)
-        out.failure = "after undoing every step the scene differs at " + firstDifference(start, undone);
-    if (!out.failure.empty()) return out;
+    if (!out.failure.empty() || !check("undoing every step", &texts.front())) return out;
 
-    for (int i = 1; i <= steps; ++i) {
-        if (!database.Redo()) {
-            out.failure = "redo refused at step " + std::to_string(i);
-            return out;
-        }
-        if (everyStep && XSceneFile::toJson(d) != texts[static_cast<std::size_t>(i)]) {
-            out.failure = "redo of step " + std::to_string(i) + " (" + out.steps[static_cast<std::size_t>(i - 1)] +
-                          ") differs at " + firstDifference(texts[static_cast<std::size_t>(i)], XSceneFile::toJson(d));
-            return out;
-        }
+    for (std::size_t i = 1; i <= steps; ++i) {
+        if (echo) std::cerr << "  redo " << i << std::endl;
+        const std::string when = "redo of step " + std::to_string(i) + " (" + out.steps[i - 1] + ")";
+        if (!database.Redo()) out.failure = when + " was refused";
+        if (!out.failure.empty() || !check(when, everyStep ? &texts[i] : nullptr)) return out;
     }
     if (database.CanRedo()) out.failure = "redo is still possible after redoing every step";
-    const std::string redone = XSceneFile::toJson(d);
-    if (out.failure.empty() && redone != end)
-        out.failure = "after redoing every step the scene differs at " + firstDifference(end, redone);
+    if (out.failure.empty()) check("redoing every step", &end);
     return out;
 }
 
@@ -542,6 +562,7 @@ std::string report(unsigned seed, const Outcome& outcome) {
 
 // The "set key" steps that edit a key's value, move it in time (a whole-array write) and edit its
 // value again are what catch a journal that folds writes out of order.
+// Seeds 828 and 868 shrink a key list whose fields feed other attributes ("resize ...keys to 0").
 TEST(UndoProperty, RandomEditSequencesUndoAndRedoToIdenticalSceneText) {
     unsigned first = 0, count = SequenceCount;
     if (const char* only = std::getenv("VELX_UNDO_SEED")) {
@@ -551,15 +572,16 @@ TEST(UndoProperty, RandomEditSequencesUndoAndRedoToIdenticalSceneText) {
     std::array<int, EditCount> drawn{}, changed{};
     int failures = 0;
     for (unsigned seed = first; seed < first + count; ++seed) {
-        const bool everyStep = count == 1 || seed % StepCheckPeriod == 0;
-        Outcome outcome = runSequence(seed, everyStep);
+        // Half the sequences check the text after every single undo and redo (three scene texts
+        // per step); the rest check the ends, and are run again step by step when they fail.
+        const bool everyStep = count == 1 || seed % 2 == 0;
+        Outcome outcome = runSequence(seed, everyStep, count == 1);
         for (int k = 0; k < EditCount; ++k) {
             drawn[static_cast<std::size_t>(k)] += outcome.drawn[static_cast<std::size_t>(k)];
             changed[static_cast<std::size_t>(k)] += outcome.changed[static_cast<std::size_t>(k)];
         }
         if (outcome.failure.empty()) continue;
-        // Run it again checking every step, so the report names the step that went wrong.
-        Outcome detailed = everyStep ? outcome : runSequence(seed, true);
+        Outcome detailed = everyStep ? outcome : runSequence(seed, true, false);
         ADD_FAILURE() << report(seed, detailed.failure.empty() ? outcome : detailed);
         if (++failures >= 5) break;  // the first few failures tell the story
     }

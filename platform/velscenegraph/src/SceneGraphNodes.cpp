@@ -272,6 +272,40 @@ VELX_DEFINE(CurveEditorSettingsNode, "CurveEditorSettings", &ObjectNodeStorage,
 VELX_DEFINE(TimelineEditorSettingsNode, "TimelineEditorSettings", &ObjectNodeStorage,
             {boolean("snapToFrames", false)}, Settings, "Timeline Editor Settings")
 
+// Built-in objects of every scene, one of each type, hidden from the explorer: the root of each kind
+// of object group, the manipulator tools (tool indices 3 to 6) and the commands with their parameters.
+constexpr std::uint32_t BuiltIn = db::SettingsType | db::HiddenFromExplorer;
+static const NodeDef SelectionGroupsStorage("SelectionGroups", &SelectionGroupNodeStorage, {},
+                                            BuiltIn | db::SupportsChildren, "Selection Groups");
+static const NodeDef DisplayGroupsStorage("DisplayGroups", &DisplayGroupNodeStorage, {},
+                                          BuiltIn | db::SupportsChildren, "Display Groups");
+static const NodeDef CollisionGroupsStorage("CollisionGroups", &CollisionGroupNodeStorage, {},
+                                            BuiltIn | db::SupportsChildren, "Collision Groups");
+static const NodeDef TranslateToolStorage("TranslateTool", &ToolNodeStorage,
+                                          {choice("axis", {"free", "x", "y", "z", "xy", "yz", "xz"}),
+                                           boolean("preserveChildren", false)},
+                                          BuiltIn, "Translate Tool");
+static const NodeDef RotateToolStorage("RotateTool", &ToolNodeStorage,
+                                       {choice("axis", {"free", "x", "y", "z", "view"}),
+                                        boolean("useJointLimits", true)},
+                                       BuiltIn, "Rotate Tool");
+static const NodeDef ScaleToolStorage("ScaleTool", &ToolNodeStorage,
+                                      {choice("axis", {"uniform", "x", "y", "z"}), boolean("preserveChildren", false)},
+                                      BuiltIn, "Scale Tool");
+static const NodeDef IKDragToolStorage("IKDragTool", &ToolNodeStorage,
+                                       {integer("chainLength", 3), integer("iterations", 10),
+                                        boolean("useJointLimits", true), boolean("pinRoot", true)},
+                                       BuiltIn, "IK Drag Tool");
+static const NodeDef CreateJointChainCommandStorage("CreateJointChainCommand", &CommandNodeStorage,
+                                                    {integer("jointCount", 3), real("length", 1, Linear, db::DefaultFlags),
+                                                     choice("axis", {"x", "y", "z"}), text("baseName", "joint"),
+                                                     boolean("underSelection", true)},
+                                                    BuiltIn, "Create Joint Chain Command");
+static const NodeDef MirrorJointsCommandStorage("MirrorJointsCommand", &CommandNodeStorage,
+                                                {choice("axis", {"x", "y", "z"}), text("searchFor", "Left"),
+                                                 text("replaceWith", "Right")},
+                                                BuiltIn, "Mirror Joints Command");
+
 #undef VELX_DEFINE
 
 const std::vector<const db::NodeDef*>& allNodeDefs() {
@@ -283,7 +317,10 @@ const std::vector<const db::NodeDef*>& allNodeDefs() {
         &MatrixConversionNode::Def, &IKSolverNode::Def, &CommandNode::Def, &ToolNode::Def,
         &ObjectControllerNode::Def, &ObjectGroupNode::Def, &SelectionGroupNode::Def, &DisplayGroupNode::Def,
         &CollisionGroupNode::Def, &SceneSettingsNode::Def, &AttributeEditorSettingsNode::Def,
-        &CurveEditorSettingsNode::Def, &TimelineEditorSettingsNode::Def};
+        &CurveEditorSettingsNode::Def, &TimelineEditorSettingsNode::Def,
+        &SelectionGroupsStorage, &DisplayGroupsStorage, &CollisionGroupsStorage, &TranslateToolStorage,
+        &RotateToolStorage, &ScaleToolStorage, &IKDragToolStorage, &CreateJointChainCommandStorage,
+        &MirrorJointsCommandStorage};
     return defs;
 }
 

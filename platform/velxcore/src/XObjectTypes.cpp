@@ -16,12 +16,6 @@ const std::wstring XMeshInstance::TypeID = L"MeshInstance";
 const std::wstring XPrimitive::TypeID = L"Primitive";
 const std::wstring XMatrixConversion::TypeID = L"MatrixConversion";
 const std::wstring XIKSolver::TypeID = L"IKSolver";
-const std::wstring XCommand::TypeID = L"Command";
-const std::wstring XTool::TypeID = L"Tool";
-const std::wstring XObjectController::TypeID = L"ObjectController";
-const std::wstring XSelectionGroup::TypeID = L"SelectionGroup";
-const std::wstring XDisplayGroup::TypeID = L"DisplayGroup";
-const std::wstring XCollisionGroup::TypeID = L"CollisionGroup";
 const std::wstring XIKHandle::TypeID = L"IKHandle";
 
 XIKSolver XIKHandle::Solver() const { return XIKSolver(Attribute(L"solver").ObjectRef()); }

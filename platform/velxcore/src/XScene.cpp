@@ -10,6 +10,7 @@
 #include <velscenegraph/SceneGraphNodes.h>
 #include <velutils/StringUtils.h>
 
+#include <algorithm>
 #include <memory>
 
 namespace VelX {
@@ -49,6 +50,11 @@ void XScene::ensureSettingsObjects() {
         std::unique_ptr<XObject> wrapper(def->CreateObject(m_database, id));
         if (wrapper) wrapper->onInitialize();
     }
+    // Built-in tools and commands carry their user-facing names.
+    for (int i = XTool::FirstBuiltInIndex; i <= XTool::LastBuiltInIndex; ++i) ToolObject(i).initialiseName();
+    std::vector<std::wstring> commands;
+    XCommand::BuiltInCommandTypes(commands);
+    for (const std::wstring& type : commands) CommandObject(type).initialiseName();
     d.endChangeBlock();
     XSceneSettings settings = SceneSettings();
     if (settings.IsValid()) d.setTimeKey(settings.Attribute(sg::Index::Frame).key());
@@ -57,6 +63,8 @@ void XScene::ensureSettingsObjects() {
 void XScene::New() {
     m_database.db().reset();
     m_fileName.clear();
+    m_controllers.clear();
+    m_selection.SetSubObjectEditMode(false);
     ensureSettingsObjects();
     m_database.db().clearUndo();
     notifyObservers([&](XSceneObserver* o) { o->OnSceneCreated(*this); });
@@ -81,15 +89,59 @@ bool XScene::Load(const std::wstring& fileName, std::wstring* error) {
         return false;
     }
     m_fileName = fileName;
+    m_controllers.clear();
+    m_selection.SetSubObjectEditMode(false);
     ensureSettingsObjects();
     m_database.db().clearUndo();
     notifyObservers([&](XSceneObserver* o) { o->OnSceneLoaded(*this); });
     return true;
 }
 
+XTool XScene::ToolObject(int index) {
+    const std::wstring type = XTool::BuiltInToolType(index);
+    return type.empty() ? XTool() : XTool(m_database.Object(type));
+}
+
+XCommand XScene::CommandObject(const std::wstring& typeId) {
+    std::vector<std::wstring> types;
+    XCommand::BuiltInCommandTypes(types);
+    if (std::find(types.begin(), types.end(), typeId) == types.end()) return {};
+    XCommand command(m_database.Object(typeId));
+    return command.IsType(typeId) ? command : XCommand();
+}
+
+XSelectionGroup XScene::SelectionGroups() {
+    return XSelectionGroup(XObjectGroup::RootGroupOf(m_database, XSelectionGroup::TypeID));
+}
+XDisplayGroup XScene::DisplayGroups() { return XDisplayGroup(XObjectGroup::RootGroupOf(m_database, XDisplayGroup::TypeID)); }
+XCollisionGroup XScene::CollisionGroups() {
+    return XCollisionGroup(XObjectGroup::RootGroupOf(m_database, XCollisionGroup::TypeID));
+}
+
+bool XScene::IsDisplayed(const XObject& object) { return XDisplayGroup::IsObjectVisible(object); }
+
 XObjectController* XScene::FindObjectController(const XObject& object) {
-    (void)object;
-    return nullptr;  // no controller drives objects until controllers are attached by tools
+    XObjectController best;
+    if (object.IsValid() && object.DatabasePointer() == &m_database) {
+        // Controllers refer to their target, so the target's references lead to them.
+        std::vector<db::AttrKey> refs;
+        m_database.db().outputs(db::AttrKey{object.ObjectID(), 0}, refs);
+        for (const db::AttrKey& k : refs) {
+            XObjectController c(m_database.Object(k.node));
+            if (!c.Drives(object)) continue;
+            const float weight = c.Weight().Float();
+            if (!best.IsValid() || weight > best.Weight().Float() ||
+                (weight == best.Weight().Float() && c.ObjectID() < best.ObjectID()))
+                best = c;
+        }
+    }
+    if (!best.IsValid()) {
+        if (object.DatabasePointer() == &m_database) m_controllers.erase(object.HandleID());
+        return nullptr;
+    }
+    XObjectController& kept = m_controllers[object.ObjectID()];
+    kept = best;
+    return &kept;
 }
 
 XScene& XScene::DeleteSelection() {
@@ -105,7 +157,8 @@ XScene& XScene::ReparentSelection(const std::wstring& parentPath) {
     Velutils::Vector<XObject> selected;
     m_selection.Objects(selected);
     m_database.BeginChangeBlock();
-    for (XObject& o : selected) o.SetParent(parent);
+    for (XObject& o : selected)
+        if (XObjectGroup::CanParent(o, parent)) o.SetParent(parent);
     m_database.EndChangeBlock(L"Parent");
     return *this;
 }

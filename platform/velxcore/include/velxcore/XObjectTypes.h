@@ -1,9 +1,16 @@
 #pragma once
 
+#include <velxcore/XCollisionGroup.h>
+#include <velxcore/XCommand.h>
+#include <velxcore/XDisplayGroup.h>
+#include <velxcore/XObjectController.h>
+#include <velxcore/XSelectionGroup.h>
 #include <velxcore/XShape.h>
+#include <velxcore/XTool.h>
 #include <velxcore/XTransform.h>
 
-// Typed handles that add only their type identifier to their base.
+// Typed handles that add only their type identifier to their base. Groups, tools, commands and
+// controllers have their own headers, included here for convenience.
 namespace VelX {
 
 #define VELX_TYPED_HANDLE(ClassName, Base)                                               \
@@ -30,12 +37,6 @@ VELX_TYPED_HANDLE(XMeshInstance, XShape);
 VELX_TYPED_HANDLE(XPrimitive, XShape);
 VELX_TYPED_HANDLE(XMatrixConversion, XSceneObject);
 VELX_TYPED_HANDLE(XIKSolver, XSceneObject);
-VELX_TYPED_HANDLE(XCommand, XSceneObject);
-VELX_TYPED_HANDLE(XTool, XSceneObject);
-VELX_TYPED_HANDLE(XObjectController, XSceneObject);
-VELX_TYPED_HANDLE(XSelectionGroup, XSceneObject);
-VELX_TYPED_HANDLE(XDisplayGroup, XSceneObject);
-VELX_TYPED_HANDLE(XCollisionGroup, XSceneObject);
 
 #undef VELX_TYPED_HANDLE
 

@@ -1,17 +1,22 @@
 #pragma once
 
+#include <velxcore/XCollisionGroup.h>
+#include <velxcore/XCommand.h>
 #include <velxcore/XDatabase.h>
+#include <velxcore/XDisplayGroup.h>
+#include <velxcore/XObjectController.h>
 #include <velxcore/XSceneSettings.h>
 #include <velxcore/XSelection.h>
+#include <velxcore/XSelectionGroup.h>
+#include <velxcore/XTool.h>
 
 #include <veldatabase/DatabaseObserver.h>
 
 #include <memory>
 #include <string>
+#include <unordered_map>
 
 namespace VelX {
-
-class XObjectController;
 
 // One open scene: its database, selection and fixed objects. It turns database change rounds into
 // scene notifications: the change, then the selection, then the time, once per outermost block.
@@ -36,7 +41,21 @@ public:
     const std::wstring& FileName() const { return m_fileName; }
 
     int ActiveToolIndex() const { return m_activeTool; }
-    void SetActiveToolIndex(int index) { m_activeTool = index; }
+    void SetActiveToolIndex(int index) {  // indices outside 0..6 are ignored
+        if (index >= 0 && index <= XTool::LastBuiltInIndex) m_activeTool = index;
+    }
+    // The built-in tool with this index (3 translate, 4 rotate, 5 scale, 6 IK drag); invalid otherwise.
+    XTool ToolObject(int index);
+    // The scene's built-in command of this type; invalid for other types.
+    XCommand CommandObject(const std::wstring& typeId);
+    // The root group of each kind: built-in, hidden from the explorer, never deleted or moved.
+    XSelectionGroup SelectionGroups();
+    XDisplayGroup DisplayGroups();
+    XCollisionGroup CollisionGroups();
+    // Whether a render object shows: its own visibility and that of its display groups.
+    static bool IsDisplayed(const XObject& object);
+    // The enabled controller with the greatest weight driving the object, or null. The scene keeps
+    // the controller; the pointer holds until the next call for the same object or New/Load.
     XObjectController* FindObjectController(const XObject& object);
     XScene& DeleteSelection();
     XScene& ReparentSelection(const std::wstring& parentPath);
@@ -52,6 +71,7 @@ private:
     XSelection m_selection;
     std::wstring m_fileName;
     int m_activeTool = 0;
+    std::unordered_map<int, XObjectController> m_controllers;  // by driven object id
 };
 
 }  // namespace VelX

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <veldatabase/Value.h>
+
+#include <cstddef>
+#include <string>
+
+struct lua_State;
+
+namespace VelX {
+
+class XScene;
+
+// The `velx` table of a Lua state: scene operations (through XScriptApi) on the scene the module
+// is bound to, or the application's active scene at call time, plus every plug-in script function
+// as velx.<name>, looked up when used. Script mistakes become Lua errors naming the function.
+class XLuaVelxModule {
+public:
+    XLuaVelxModule() = default;
+    XLuaVelxModule(const XLuaVelxModule&) = delete;
+    XLuaVelxModule& operator=(const XLuaVelxModule&) = delete;
+
+    // Sets the global `velx`; the module must outlive the state (call Close before closing it).
+    void Install(lua_State* L);
+    // From now on velx functions refuse to run (the state is closing).
+    void Close() { m_closed = true; }
+    bool IsClosed() const { return m_closed; }
+
+    // nullptr: the application's active scene at call time.
+    void SetScene(XScene* scene) { m_scene = scene; }
+    XScene* BoundScene() const { return m_scene; }
+    XScene& Scene() const;
+
+    // velx.begin_block / velx.end_block: a script ends only blocks it opened itself.
+    void BeginBlock();
+    void EndBlock(const std::string& description);
+    // Change blocks opened with velx.begin_block and not yet ended.
+    int OpenBlocks() const { return m_openBlocks; }
+    // Ends those blocks (their changes stay); returns how many there were.
+    int CloseOpenBlocks();
+    // Forgets them (the caller cancelled every open block of the scene).
+    void ForgetOpenBlocks();
+
+    // velx.log and print: a line for the application log. A run may be given an allowance of
+    // lines (negative: no limit) and a longest line (0: no limit) so that a script cannot flood
+    // the log; the line that uses the allowance up says that the rest are dropped.
+    void SetLogLimits(int lines, std::size_t longestLine);
+    void Log(const std::string& text);
+
+    // Conversions. Lua -> value: nil, booleans, integers (as int when they fit), floats, strings
+    // and sequence tables (as lists). Throws XScriptError for anything else.
+    static db::Value ToValue(lua_State* L, int index);
+    // Value -> Lua: lists, vectors, quaternions and matrices become sequences of numbers. Runs
+    // unprotected: call it where a raised Lua error finds no C++ object to skip.
+    static void PushValue(lua_State* L, const db::Value& value);
+
+private:
+    XScene* m_scene = nullptr;
+    XScene* m_blockScene = nullptr;
+    int m_openBlocks = 0;
+    int m_logAllowance = -1;
+    std::size_t m_longestLine = 0;
+    bool m_closed = false;
+};
+
+}  // namespace VelX
