@@ -5,6 +5,7 @@
 #include <velxcore/XDemoScene.h>
 #include <velxcore/XScene.h>
 #include <velxcore/XSceneFile.h>
+#include <velxcore/XSimulation.h>
 
 #include <veldatabase/Database.h>
 #include <velutils/StringUtils.h>
@@ -40,13 +41,30 @@ void print(const VelX::XObject& o, int depth) {
 int usage() {
     std::cerr << "usage: velx-scene [--out FILE]\n"
                  "  Builds the demo scene, prints it, saves it to FILE (default: velx-demo-scene.json in the\n"
-                 "  temporary folder), loads it back and checks that both scenes agree.\n";
+                 "  temporary folder), loads it back and checks that both scenes agree.\n"
+                 "usage: velx-scene --trust FILE\n"
+                 "  Trusts the simulation scripts inside the scene FILE as they are now, so that they run\n"
+                 "  when the scene is played. A changed script must be trusted again.\n";
     return 2;
 }
 
 }  // namespace
 
+// Loads a scene file and remembers its scripts as trusted in the application settings.
+int trust(const std::string& file) {
+    VelX::XScene scene;
+    std::wstring error;
+    if (!scene.Load(StringUtils::toWide(file), &error)) {
+        std::cerr << utf8(error) << '\n';
+        return 1;
+    }
+    scene.Simulation().TrustScripts();
+    std::cout << "Trusted the scripts of " << file << " (" << utf8(scene.Simulation().ScriptsHash()) << ").\n";
+    return 0;
+}
+
 int main(int argc, char** argv) {
+    if (argc == 3 && std::string(argv[1]) == "--trust") return trust(argv[2]);
     const char* tmp = std::getenv("TMPDIR");
     std::string out = std::string(tmp && *tmp ? tmp : "/tmp") + "/velx-demo-scene.json";
     for (int i = 1; i < argc; ++i) {

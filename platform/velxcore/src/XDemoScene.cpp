@@ -1,6 +1,9 @@
 #include <velxcore/XAnimation.h>
 #include <velxcore/XDemoScene.h>
+#include <velxcore/XCollisionGroupPolicy.h>
+#include <velxcore/XDisplayGroupPolicy.h>
 #include <velxcore/XObjectTypes.h>
+#include <velxcore/XSelectionGroupPolicy.h>
 #include <velxcore/XScene.h>
 #include <velxcore/XSceneSettings.h>
 
@@ -153,22 +156,17 @@ void XDemoScene::build(XScene& scene) {
     XAnimation bob = hips.Attribute(L"translateY").Animation();
     bob.PostExtrapolation().SetEnumeration(L"cycle");
 
-    // Groups of the three kinds.
-    XObject leftArm = b.make(XSelectionGroup::TypeID, L"LeftArmSelection");
-    leftArm.Attribute(L"label").SetString(L"Left Arm");
-    XObject skeleton = b.make(XDisplayGroup::TypeID, L"SkeletonDisplay");
-    skeleton.Attribute(L"label").SetString(L"Skeleton");
-    XObject bodies = b.make(XCollisionGroup::TypeID, L"BodyCollision");
-    bodies.Attribute(L"label").SetString(L"Bodies");
-    auto fill = [](XObject& group, std::initializer_list<XObject> members) {
-        XAttribute objects = group.Attribute(L"objects");
-        objects.SetArraySize(static_cast<int>(members.size()));
-        int i = 0;
-        for (const XObject& m : members) objects.Attribute(i++).SetObjectRef(m);
-    };
-    fill(leftArm, {shoulders[0], elbows[0], wrists[0]});
-    fill(skeleton, {hips, spine, chest, neck, head});
-    fill(bodies, {hipsBody, spineBody});
+    // Groups of the three kinds, under the scene's root group of each kind.
+    XObjectGroup leftArm = scene.SelectionGroups().CreateChildGroup(L"Left Arm");
+    leftArm.AddObjects({shoulders[0], elbows[0], wrists[0]}, XSelectionGroupPolicy());
+    XObjectGroup rigFolder = scene.DisplayGroups().CreateChildFolder(L"Rig");
+    XObjectGroup skeleton = rigFolder.CreateChildGroup(L"Skeleton");
+    skeleton.AddObjects({hips, spine, chest, neck, head}, XDisplayGroupPolicy());
+    rigFolder.CreateChildSeparator();
+    XObjectGroup helpers = rigFolder.CreateChildGroup(L"Helpers");
+    helpers.AddObjects({target, lookAt}, XDisplayGroupPolicy());
+    XObjectGroup bodies = scene.CollisionGroups().CreateChildGroup(L"Bodies");
+    bodies.AddObjects({hipsBody, spineBody}, XCollisionGroupPolicy());
 
     // Simulation scripts, in Lua.
     XSceneSettings settings = scene.SceneSettings();

@@ -26,7 +26,7 @@ template <class Call> void notifyObservers(Call&& call) {
 }
 }  // namespace
 
-XScene::XScene() : m_database(this), m_selection(m_database) {
+XScene::XScene() : m_database(this), m_selection(m_database), m_simulation(std::make_unique<XSimulation>(*this)) {
     m_database.db().addObserver(this);
     ensureSettingsObjects();
     m_database.db().clearUndo();
@@ -61,12 +61,14 @@ void XScene::ensureSettingsObjects() {
 }
 
 void XScene::New() {
+    m_simulation->Stop();
     m_database.db().reset();
     m_fileName.clear();
     m_controllers.clear();
     m_selection.SetSubObjectEditMode(false);
     ensureSettingsObjects();
     m_database.db().clearUndo();
+    m_simulation->TrustAsUserMade();
     notifyObservers([&](XSceneObserver* o) { o->OnSceneCreated(*this); });
 }
 
@@ -78,6 +80,7 @@ bool XScene::Save(const std::wstring& fileName, std::wstring* error) {
         return false;
     }
     m_fileName = fileName;
+    m_simulation->RememberTrust(fileName);
     return true;
 }
 
@@ -93,6 +96,8 @@ bool XScene::Load(const std::wstring& fileName, std::wstring* error) {
     m_selection.SetSubObjectEditMode(false);
     ensureSettingsObjects();
     m_database.db().clearUndo();
+    // Every way a scene arrives (open, recent files, command line, recovery) passes here.
+    m_simulation->CheckTrust(fileName);
     notifyObservers([&](XSceneObserver* o) { o->OnSceneLoaded(*this); });
     return true;
 }
@@ -163,7 +168,10 @@ XScene& XScene::ReparentSelection(const std::wstring& parentPath) {
     return *this;
 }
 
-XScene& XScene::Stop() { return *this; }
+XScene& XScene::Stop() {
+    m_simulation->Stop();
+    return *this;
+}
 
 void XScene::onDatabaseChanged(db::Database& database, const std::shared_ptr<const db::DatabaseChange>& change) {
     const bool transient = change->isTransient();

@@ -8,6 +8,7 @@
 #include <velxcore/XSceneSettings.h>
 #include <velxcore/XSelection.h>
 #include <velxcore/XSelectionGroup.h>
+#include <velxcore/XSimulation.h>
 #include <velxcore/XTool.h>
 
 #include <veldatabase/DatabaseObserver.h>
@@ -59,6 +60,8 @@ public:
     XObjectController* FindObjectController(const XObject& object);
     XScene& DeleteSelection();
     XScene& ReparentSelection(const std::wstring& parentPath);
+    // Simulation playback: start script, update script once per frame, end script on Stop.
+    XSimulation& Simulation() { return *m_simulation; }
     XScene& Stop();
 
     // Makes sure the scene has exactly one object of every registered settings type.
@@ -72,6 +75,7 @@ private:
     std::wstring m_fileName;
     int m_activeTool = 0;
     std::unordered_map<int, XObjectController> m_controllers;  // by driven object id
+    std::unique_ptr<XSimulation> m_simulation;
 };
 
 }  // namespace VelX

@@ -1,0 +1,133 @@
+#include <velxcore/XApplication.h>
+#include <velxcore/XScene.h>
+#include <velxcore/XSceneFile.h>
+#include <velxcore/XSettings.h>
+#include <velxcore/XSimulation.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <string>
+
+using namespace VelX;
+
+namespace {
+
+std::size_t logCount(const std::wstring& needle) {
+    const auto& lines = XApplication::Instance().LogLines();
+    return static_cast<std::size_t>(std::count_if(lines.begin(), lines.end(), [&](const std::wstring& line) {
+        return line.find(needle) != std::wstring::npos;
+    }));
+}
+
+void setScripts(XScene& scene, int language, const std::wstring& start, const std::wstring& update, const std::wstring& end) {
+    XSceneSettings settings = scene.SceneSettings();
+    settings.ScriptingLanguage().SetEnumeration(language);
+    settings.StartScript().SetString(start);
+    settings.UpdateScript().SetString(update);
+    settings.EndScript().SetString(end);
+}
+
+std::wstring tempScenePath(const char* name) {
+    auto dir = std::filesystem::temp_directory_path() / "velx-simulation-test";
+    std::filesystem::create_directories(dir);
+    return (dir / name).wstring();
+}
+
+}  // namespace
+
+TEST(Simulation, PlayRunsStartThenUpdatePerFrameAndStopRunsEnd) {
+    for (int language : {1, 0}) {  // Lua, then Python
+        XScene scene;
+        const bool lua = language == 1;
+        setScripts(scene, language,
+                   lua ? L"velx.create('Transform', 'ball')" : L"import velx\nvelx.create('Transform', 'ball')",
+                   lua ? L"velx.set('ball', 'translateX', velx.frame())"
+                       : L"import velx\nvelx.set('ball', 'translateX', velx.frame())",
+                   lua ? L"velx.create('Transform', 'finished')" : L"import velx\nvelx.create('Transform', 'finished')");
+        scene.SceneSettings().SetPlaybackStartFrame(1);
+        scene.SceneSettings().SetPlaybackEndFrame(3);
+        ASSERT_TRUE(scene.Simulation().Play()) << language;
+        XObject ball = scene.Database().Object(L"ball");
+        ASSERT_TRUE(ball.IsValid());
+        EXPECT_TRUE(scene.Simulation().Step());
+        EXPECT_FLOAT_EQ(ball.Attribute(L"translateX").Float(), 2.0f);
+        EXPECT_TRUE(scene.Simulation().Step());
+        EXPECT_TRUE(scene.Simulation().Step());  // past the end: loops back to the start
+        EXPECT_FLOAT_EQ(scene.SceneSettings().Frame(), 1.0f);
+        EXPECT_FLOAT_EQ(ball.Attribute(L"translateX").Float(), 1.0f);
+        scene.Stop();
+        EXPECT_FALSE(scene.Simulation().IsPlaying());
+        EXPECT_TRUE(scene.Database().Object(L"finished").IsValid());
+        EXPECT_FALSE(scene.Simulation().Step());
+    }
+}
+
+TEST(Simulation, AFailingUpdateLeavesTheSceneAsItWas) {
+    XScene scene;
+    setScripts(scene, 1, L"velx.create('Transform', 'ball')",
+               L"velx.set('ball', 'translateY', 5)\nvelx.create('Transform', 'junk')\nerror('broken rig')", L"");
+    ASSERT_TRUE(scene.Simulation().Play());
+    const std::string before = XSceneFile::toJson(scene.Database().db());
+    EXPECT_FALSE(scene.Simulation().Step());
+    XObject ball = scene.Database().Object(L"ball");
+    EXPECT_FLOAT_EQ(ball.Attribute(L"translateY").Float(), 0.0f);
+    EXPECT_FALSE(scene.Database().Object(L"junk").IsValid());
+    EXPECT_GE(logCount(L"simulation update script:3: broken rig"), 1u);
+    // Only the frame moved.
+    scene.SceneSettings().SetFrame(scene.SceneSettings().PlaybackStartFrame());
+    EXPECT_EQ(XSceneFile::toJson(scene.Database().db()), before);
+}
+
+TEST(Simulation, ScriptsFromAFileRunOnlyOnceTrustedAndAChangedScriptAsksAgain) {
+    XSettings& settings = XApplication::Instance().Settings();
+    const std::wstring path = tempScenePath("trust.velx");
+    {
+        XScene author;
+        setScripts(author, 1, L"velx.create('Transform', 'started')", L"", L"");
+        ASSERT_TRUE(author.Save(path));
+    }
+    settings.Untrust(path);
+
+    XScene scene;
+    ASSERT_TRUE(scene.Load(path));
+    EXPECT_FALSE(scene.Simulation().IsTrusted());
+    const std::size_t warnings = logCount(L"did not run");
+    EXPECT_FALSE(scene.Simulation().Play());
+    EXPECT_FALSE(scene.Simulation().Play());
+    EXPECT_FALSE(scene.Database().Object(L"started").IsValid());
+    EXPECT_EQ(logCount(L"did not run"), warnings + 1);  // said once, with how to trust
+
+    scene.Simulation().TrustScripts();
+    EXPECT_TRUE(scene.Simulation().Play());
+    EXPECT_TRUE(scene.Database().Object(L"started").IsValid());
+    scene.Stop();
+
+    XScene again;  // the same text loads trusted now
+    ASSERT_TRUE(again.Load(path));
+    EXPECT_TRUE(again.Simulation().IsTrusted());
+
+    // Someone else edits the script inside the file: trust is asked again.
+    XScene stranger;
+    ASSERT_TRUE(stranger.Load(path));
+    stranger.SceneSettings().StartScript().SetString(L"velx.create('Transform', 'surprise')");
+    std::string error;
+    ASSERT_TRUE(XSceneFile::save(stranger.Database().db(), std::filesystem::path(path).string(), error)) << error;
+    XScene victim;
+    ASSERT_TRUE(victim.Load(path));
+    EXPECT_FALSE(victim.Simulation().IsTrusted());
+    EXPECT_FALSE(victim.Simulation().Play());
+    EXPECT_FALSE(victim.Database().Object(L"surprise").IsValid());
+    settings.Untrust(path);
+}
+
+TEST(Simulation, UserMadeScenesAreTrusted) {
+    XScene scene;
+    EXPECT_TRUE(scene.Simulation().IsTrusted());
+    scene.New();
+    EXPECT_TRUE(scene.Simulation().IsTrusted());
+    setScripts(scene, 5, L"anything", L"", L"");  // not a language: refused, nothing runs
+    EXPECT_EQ(scene.SceneSettings().ScriptingLanguage().Enumeration(), 1);
+}
