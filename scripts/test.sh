@@ -16,5 +16,5 @@ echo "== Build (sanitizers) =="
 cmake -S . -B build-asan -G Ninja -DCMAKE_BUILD_TYPE=Debug -DVELX_SANITIZE=ON -DVELX_BUILD_BENCH=OFF > /dev/null
 cmake --build build-asan -j "$jobs"
 echo "== Tests (sanitizers) =="
-ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \
+ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 LSAN_OPTIONS="suppressions=$PWD/scripts/lsan.supp" \
   ctest --test-dir build-asan --output-on-failure -j "$jobs"
