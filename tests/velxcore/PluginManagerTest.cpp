@@ -10,6 +10,8 @@
 #include <veldatabase/Database.h>
 #include <veldatabase/Node.h>
 
+#include "LogAssertions.h"
+
 #include <gtest/gtest.h>
 
 #include <stdlib.h>
@@ -24,15 +26,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-bool loggedSince(std::size_t from, std::initializer_list<std::wstring> parts) {
-    const auto& lines = XApplication::Instance().LogLines();
-    for (std::size_t i = from; i < lines.size(); ++i) {
-        bool all = true;
-        for (const std::wstring& part : parts) all = all && lines[i].find(part) != std::wstring::npos;
-        if (all) return true;
-    }
-    return false;
-}
 
 std::wstring wide(const fs::path& p) { return p.wstring(); }
 

@@ -6,6 +6,8 @@
 #include <veldatabase/Database.h>
 #include <velutils/StringUtils.h>
 
+#include "LogAssertions.h"
+
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
@@ -35,15 +37,6 @@ std::string readText(const fs::path& p) {
 
 void writeText(const fs::path& p, const std::string& text) { std::ofstream(p) << text; }
 
-bool loggedSince(std::size_t from, std::initializer_list<std::wstring> parts) {
-    const auto& lines = XApplication::Instance().LogLines();
-    for (std::size_t i = from; i < lines.size(); ++i) {
-        bool all = true;
-        for (const std::wstring& part : parts) all = all && lines[i].find(part) != std::wstring::npos;
-        if (all) return true;
-    }
-    return false;
-}
 
 std::vector<fs::path> damagedCopies(const fs::path& folder) {
     std::vector<fs::path> out;

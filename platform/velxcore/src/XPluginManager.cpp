@@ -295,29 +295,16 @@ XPluginManager::Plugin* XPluginManager::at(unsigned index, const char* action) c
     return nullptr;
 }
 
-std::wstring XPluginManager::Filename(unsigned index) const {
+std::wstring XPluginManager::text(unsigned index, std::string Plugin::*field) const {
     std::lock_guard<std::recursive_mutex> lock(m_mutex);
     Plugin* p = at(index, nullptr);
-    return p ? StringUtils::toWide(p->filename) : std::wstring();
+    return p ? StringUtils::toWide(p->*field) : std::wstring();
 }
 
-std::wstring XPluginManager::Name(unsigned index) const {
-    std::lock_guard<std::recursive_mutex> lock(m_mutex);
-    Plugin* p = at(index, nullptr);
-    return p ? StringUtils::toWide(p->name) : std::wstring();
-}
-
-std::wstring XPluginManager::Version(unsigned index) const {
-    std::lock_guard<std::recursive_mutex> lock(m_mutex);
-    Plugin* p = at(index, nullptr);
-    return p ? StringUtils::toWide(p->version) : std::wstring();
-}
-
-std::wstring XPluginManager::Error(unsigned index) const {
-    std::lock_guard<std::recursive_mutex> lock(m_mutex);
-    Plugin* p = at(index, nullptr);
-    return p ? StringUtils::toWide(p->error) : std::wstring();
-}
+std::wstring XPluginManager::Filename(unsigned index) const { return text(index, &Plugin::filename); }
+std::wstring XPluginManager::Name(unsigned index) const { return text(index, &Plugin::name); }
+std::wstring XPluginManager::Version(unsigned index) const { return text(index, &Plugin::version); }
+std::wstring XPluginManager::Error(unsigned index) const { return text(index, &Plugin::error); }
 
 bool XPluginManager::IsLoaded(unsigned index) const {
     std::lock_guard<std::recursive_mutex> lock(m_mutex);

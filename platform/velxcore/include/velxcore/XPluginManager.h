@@ -70,6 +70,8 @@ private:
     struct TypeRecord;
 
     Plugin* at(unsigned index, const char* action) const;
+
+    std::wstring text(unsigned index, std::string Plugin::*field) const;  // one text field, locked
     void notify();
     bool load(Plugin& plugin);
     bool refuse(Plugin& plugin, void* handle, const std::string& reason);
