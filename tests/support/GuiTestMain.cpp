@@ -1,0 +1,74 @@
+// The main of every GUI test binary: starts wxWidgets on the X display, keeps an event loop active
+// for the whole run (simulated input and idle events need one) and runs the GoogleTest cases.
+#include <guitest/GuiTest.h>
+
+#include <gtest/gtest.h>
+#include <wx/app.h>
+#include <wx/evtloop.h>
+#include <wx/init.h>
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace {
+
+class GuiTestApp : public wxApp {
+public:
+    bool OnInit() override { return true; }
+};
+
+}  // namespace
+
+namespace GuiTest {
+
+void runOneTurn() {
+    wxEventLoopBase* loop = wxEventLoopBase::GetActive();
+    if (loop) {
+        while (loop->Pending()) loop->Dispatch();
+    }
+    wxTheApp->ProcessPendingEvents();
+    wxTheApp->ProcessIdle();
+}
+
+void pumpEvents(int milliseconds) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
+    do {
+        runOneTurn();
+        wxMilliSleep(2);
+    } while (std::chrono::steady_clock::now() < end);
+}
+
+bool waitUntil(const std::function<bool()>& condition, int timeoutMilliseconds) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMilliseconds);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() >= end) return condition();
+        runOneTurn();
+        wxMilliSleep(2);
+    }
+    return true;
+}
+
+}  // namespace GuiTest
+
+int main(int argc, char** argv) {
+    testing::InitGoogleTest(&argc, argv);
+    if (testing::GTEST_FLAG(list_tests)) return RUN_ALL_TESTS();  // test discovery needs no display
+    if (!std::getenv("DISPLAY")) {
+        std::fprintf(stderr, "The GUI tests need an X display; scripts/test.sh starts Xvfb when none is set.\n");
+        return 1;
+    }
+    wxApp::SetInstance(new GuiTestApp);
+    if (!wxEntryStart(argc, argv) || !wxTheApp->CallOnInit()) {
+        std::fprintf(stderr, "wxWidgets could not start on display %s.\n", std::getenv("DISPLAY"));
+        return 1;
+    }
+    int result = 0;
+    {
+        wxEventLoop loop;
+        wxEventLoopActivator activate(&loop);
+        result = RUN_ALL_TESTS();
+    }
+    wxTheApp->OnExit();
+    wxEntryCleanup();
+    return result;
+}
