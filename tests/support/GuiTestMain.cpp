@@ -6,6 +6,7 @@
 #include <wx/app.h>
 #include <wx/evtloop.h>
 #include <wx/init.h>
+#include <wx/log.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -62,6 +63,8 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "wxWidgets could not start on display %s.\n", std::getenv("DISPLAY"));
         return 1;
     }
+    // wx's own messages go to stderr: a message box at exit would wait for a person forever.
+    delete wxLog::SetActiveTarget(new wxLogStderr);
     int result = 0;
     {
         wxEventLoop loop;

@@ -40,6 +40,8 @@ public:
     // Loads a scene file; on failure the open scene is untouched and the message says why.
     bool Load(const std::wstring& fileName, std::wstring* error = nullptr);
     const std::wstring& FileName() const { return m_fileName; }
+    // Names the file the scene belongs to without saving (a recovered copy of a file's scene).
+    void SetFileName(const std::wstring& fileName) { m_fileName = fileName; }
 
     int ActiveToolIndex() const { return m_activeTool; }
     void SetActiveToolIndex(int index) {  // indices outside 0..6 are ignored
