@@ -25,6 +25,8 @@
 #include <wx/msgdlg.h>
 #include <wx/statusbr.h>
 
+#include <gtk/gtk.h>
+
 #include <algorithm>
 #include <cmath>
 
@@ -501,6 +503,9 @@ void StudioFrame::onScheme(wxCommandEvent& event) {
 void StudioFrame::applyColourScheme(bool dark) {
     Orka::ColourManager::Instance().setScheme(dark ? Orka::ColourManager::SchemeKind::Dark
                                                    : Orka::ColourManager::SchemeKind::Light);
+    // The toolkit's own parts (menu bar, status bar, list headers) follow with its dark variant.
+    if (GtkSettings* settings = gtk_settings_get_default())
+        g_object_set(settings, "gtk-application-prefer-dark-theme", dark ? TRUE : FALSE, nullptr);
     if (wxMenuBar* bar = GetMenuBar()) bar->Check(dark ? m_darkSchemeId : m_lightSchemeId, true);
     Refresh();
 }

@@ -3,8 +3,10 @@
 #include "StudioFixture.h"
 
 #include <velxstudio/SceneOverviewPanel.h>
+#include <velxstudio/ScreenshotWriter.h>
 
 #include <guitest/GuiTest.h>
+#include <orkacore/ColourManager.h>
 #include <orkacore/LayoutManager.h>
 #include <velwidgets/AppMainLoop.h>
 #include <velxcore/XDatabase.h>
@@ -13,6 +15,7 @@
 
 #include <wx/ffile.h>
 #include <wx/filename.h>
+#include <wx/image.h>
 #include <wx/menu.h>
 #include <wx/statusbr.h>
 #include <wx/uiaction.h>
@@ -209,4 +212,36 @@ TEST_F(StudioFixture, TheWindowLayoutIsRememberedBetweenRuns) {
     // Leave the stored layout as the next run expects it.
     m_frame->PaneLayout().showWindow(StudioFrame::LogPaneName, true);
     m_frame->SaveLayout();
+}
+
+TEST_F(StudioFixture, TheDarkSchemeFromTheViewMenuRepaintsEveryPane) {
+    const int dark = m_frame->GetMenuBar()->FindMenuItem("View", "Dark Colour Scheme");
+    ASSERT_NE(dark, wxNOT_FOUND);
+    wxCommandEvent choose(wxEVT_MENU, dark);
+    m_frame->ProcessWindowEvent(choose);
+    GuiTest::pumpEvents(200);
+    EXPECT_EQ(Orka::ColourManager::Instance().scheme(), Orka::ColourManager::SchemeKind::Dark);
+    EXPECT_TRUE(m_frame->GetMenuBar()->IsChecked(dark));
+    const wxColour background = Orka::ColourManager::darkScheme().panelBackground;
+    EXPECT_EQ(m_frame->Overview()->GetBackgroundColour(), background);
+
+    // What a person sees: the overview pane is dark on screen.
+    ScreenshotWriter::paintNow(m_frame);
+    GuiTest::pumpEvents(200);
+    const wxString png = wxFileName(wxFileName::GetTempDir(), "velx-studio-dark.png").GetFullPath();
+    ASSERT_TRUE(ScreenshotWriter::save(m_frame, png));
+    wxImage image(png, wxBITMAP_TYPE_PNG);
+    ASSERT_TRUE(image.IsOk());
+    const wxRect overview(m_frame->Overview()->GetScreenPosition() - m_frame->GetScreenPosition(),
+                          m_frame->Overview()->GetSize());
+    const wxPoint inside = overview.GetBottomRight() - wxPoint(20, 20);
+    EXPECT_LT(image.GetRed(inside.x, inside.y) + image.GetGreen(inside.x, inside.y) + image.GetBlue(inside.x, inside.y),
+              3 * 100);
+    if (!wxGetEnv("VELX_KEEP_SCREENSHOTS", nullptr)) wxRemoveFile(png);
+
+    const int light = m_frame->GetMenuBar()->FindMenuItem("View", "Light Colour Scheme");
+    wxCommandEvent back(wxEVT_MENU, light);
+    m_frame->ProcessWindowEvent(back);
+    GuiTest::pumpEvents(50);
+    EXPECT_EQ(Orka::ColourManager::Instance().scheme(), Orka::ColourManager::SchemeKind::Light);
 }
