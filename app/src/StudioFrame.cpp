@@ -17,7 +17,8 @@
 #include <velxcore/XSelection.h>
 #include <velxcore/XSimulation.h>
 
-#include <wx/busyinfo.h>
+#include <wx/progdlg.h>
+#include <wx/stopwatch.h>
 #include <wx/filedlg.h>
 #include <wx/filename.h>
 #include <wx/fileconf.h>
@@ -37,9 +38,6 @@ namespace {
 
 const wxString SceneWildcard = "VelX scenes (*.velx;*.json)|*.velx;*.json|All files (*)|*";
 const wxString AppTitle = "VelX Studio";
-// Files larger than this show a busy note while they load.
-constexpr wxFileOffset BigSceneBytes = 4 * 1024 * 1024;
-
 enum StatusField { StatusMessage, StatusSelection, StatusFrame, StatusFieldCount };
 
 }  // namespace
@@ -242,14 +240,12 @@ bool StudioFrame::OpenScene(const wxString& fileName) {
     std::wstring error;
     bool loaded = false;
     {
-        std::unique_ptr<wxBusyInfo> busy;
-        const wxFileOffset size = wxFileName::GetSize(fileName).GetValue();
-        if (size > BigSceneBytes && IsShownOnScreen())
-            busy = std::make_unique<wxBusyInfo>(
-                wxString::Format("Loading %s (%s)...", wxFileName(fileName).GetFullName(),
-                                 wxFileName::GetHumanReadableSize(wxULongLong(size))), this);
         wxBusyCursor wait;
-        loaded = m_scene.Load(fileName.ToStdWstring(), &error);
+        const wxFileOffset size = wxFileName::GetSize(fileName).GetValue();
+        if (size > m_options.bigSceneBytes && IsShownOnScreen())
+            loaded = loadWithProgress(fileName, size, error);
+        else
+            loaded = m_scene.Load(fileName.ToStdWstring(), &error);
     }
     if (!loaded) {
         // The core left the open scene untouched; say why, in the log and to the user.
@@ -260,6 +256,31 @@ bool StudioFrame::OpenScene(const wxString& fileName) {
     rememberRecentFile(fileName);
     m_logger.information(wxString::Format("Opened %s", fileName));
     return true;
+}
+
+bool StudioFrame::loadWithProgress(const wxString& fileName, wxFileOffset size, std::wstring& error) {
+    const wxString name = wxFileName(fileName).GetFullName();
+    wxProgressDialog progress("Open Scene",
+                              wxString::Format("Reading %s (%s)", name,
+                                               wxFileName::GetHumanReadableSize(wxULongLong(size))),
+                              1000, this, wxPD_APP_MODAL | wxPD_AUTO_HIDE | wxPD_SMOOTH | wxPD_ELAPSED_TIME);
+    wxStopWatch sinceUpdate;
+    auto report = [&](const char* phase, std::size_t done, std::size_t total) {
+        // The dialog repaints at most every 50 ms: the load itself is the work.
+        if (sinceUpdate.Time() < 50) return;
+        sinceUpdate.Start();
+        const std::string what(phase);
+        if (what == "Reading" && total > 0) {
+            progress.Update(static_cast<int>(200.0 * done / total),
+                            wxString::Format("Reading %s (%s)", name, wxFileName::GetHumanReadableSize(wxULongLong(size))));
+        } else if (what == "Parsing") {
+            progress.Pulse(wxString::Format("Reading objects: %zu", done));
+        } else if (total > 0) {
+            progress.Update(500 + static_cast<int>(500.0 * done / total),
+                            wxString::Format("Building the scene: %zu of %zu objects", done, total));
+        }
+    };
+    return m_scene.Load(fileName.ToStdWstring(), &error, report);
 }
 
 bool StudioFrame::SaveScene() {

@@ -148,6 +148,36 @@ TEST_F(SceneFileTest, SaveAndLoadGiveByteIdenticalText) {
     EXPECT_EQ(database.selection(), (std::vector<int>{spine, hips}));
 }
 
+TEST_F(SceneFileTest, ALongLoadTellsItsProgressPhaseByPhase) {
+    for (int i = 0; i < 9000; ++i) database.create(sg::TransformNode::Def, "t" + std::to_string(i));
+    const std::string file = (dir / "big.velx").string();
+    std::string error;
+    ASSERT_TRUE(XSceneFile::save(database, file, error)) << error;
+
+    std::vector<std::string> phases;
+    std::size_t lastBuilt = 0, builtTotal = 0, parsed = 0;
+    db::Database other;
+    sg::registerNodeTypes(other);
+    ASSERT_TRUE(XSceneFile::load(other, file, error, [&](const char* phase, std::size_t done, std::size_t total) {
+        if (phases.empty() || phases.back() != phase) phases.push_back(phase);
+        if (phases.back() == "Parsing") {
+            EXPECT_EQ(total, 0u);
+            EXPECT_GE(done, parsed);
+            parsed = done;
+        }
+        if (phases.back() == "Building") {
+            EXPECT_LE(done, total);
+            EXPECT_GE(done, lastBuilt);
+            lastBuilt = done;
+            builtTotal = total;
+        }
+    })) << error;
+    EXPECT_EQ(phases, (std::vector<std::string>{"Reading", "Parsing", "Building"}));
+    EXPECT_GE(parsed, 8192u);
+    EXPECT_EQ(lastBuilt, builtTotal) << "the last report says the build is complete";
+    EXPECT_GE(builtTotal, 9000u);
+}
+
 TEST_F(SceneFileTest, WritesReadableDeterministicJson) {
     const std::string text = XSceneFile::toJson(database);
     EXPECT_EQ(text.rfind("{\n  \"format\": \"velx-scene\",\n  \"version\": 1,\n", 0), 0u);

@@ -245,3 +245,18 @@ TEST_F(StudioFixture, TheDarkSchemeFromTheViewMenuRepaintsEveryPane) {
     GuiTest::pumpEvents(50);
     EXPECT_EQ(Orka::ColourManager::Instance().scheme(), Orka::ColourManager::SchemeKind::Light);
 }
+
+TEST_F(StudioFixture, ALargeSceneOpensWithAProgressDialog) {
+    StudioFrame::Options options = testOptions();
+    options.bigSceneBytes = 1;  // every scene counts as large here
+    openFrame(options);
+    const wxString file = tempPath("large.velx");
+    ASSERT_TRUE(m_frame->SaveSceneAs(file));
+    const size_t objects = scene().Database().ObjectCount();
+    scene().New();
+    ASSERT_TRUE(m_frame->OpenScene(file));
+    EXPECT_EQ(scene().Database().ObjectCount(), objects);
+    EXPECT_TRUE(m_questions.empty());
+    EXPECT_TRUE(m_frame->IsEnabled()) << "the progress dialog left the frame disabled";
+    wxRemoveFile(file);
+}

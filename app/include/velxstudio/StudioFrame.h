@@ -3,6 +3,7 @@
 #include <velwidgets/AppMainLoopRedrawClient.h>
 #include <velxcore/XSceneObserver.h>
 
+#include <wx/filefn.h>
 #include <wx/filehistory.h>
 #include <wx/frame.h>
 #include <wx/timer.h>
@@ -31,6 +32,7 @@ public:
         bool autosave = true;          // keep an autosave copy while there are unsaved changes
         int autosaveSeconds = 60;
         wxString autosaveFolder;       // default: <user config>/autosave
+        wxFileOffset bigSceneBytes = 4 * 1024 * 1024;  // larger files load with a progress dialog
     };
     // Questions the frame asks the user; tests answer them without a modal dialog.
     using Prompt = std::function<int(const wxString& message, const wxString& caption, long style)>;
@@ -92,6 +94,7 @@ private:
     int ask(const wxString& message, const wxString& caption, long style);
     void reportError(const wxString& message, const wxString& caption);
     void rememberRecentFile(const wxString& fileName);
+    bool loadWithProgress(const wxString& fileName, wxFileOffset size, std::wstring& error);
 
     void onNew(wxCommandEvent&);
     void onOpen(wxCommandEvent&);

@@ -84,9 +84,11 @@ bool XScene::Save(const std::wstring& fileName, std::wstring* error) {
     return true;
 }
 
-bool XScene::Load(const std::wstring& fileName, std::wstring* error) {
+bool XScene::Load(const std::wstring& fileName, std::wstring* error) { return Load(fileName, error, nullptr); }
+
+bool XScene::Load(const std::wstring& fileName, std::wstring* error, const XSceneFile::Progress& progress) {
     std::string message;
-    if (!XSceneFile::load(m_database.db(), StringUtils::toUtf8(fileName), message)) {
+    if (!XSceneFile::load(m_database.db(), StringUtils::toUtf8(fileName), message, progress)) {
         if (error) *error = StringUtils::toWide(message);
         XApplication::Instance().LogInformation(StringUtils::toWide(message).c_str());
         return false;

@@ -892,7 +892,7 @@ void readSelection(FileScene& scene, const Json& j) {
 // the checks that come before the objects, and the rest of the text is still checked for syntax.
 class SceneReader {
 public:
-    explicit SceneReader(const db::Database& types) : m_types(types) {}
+    SceneReader(const db::Database& types, const XSceneFile::Progress& progress) : m_types(types), m_progress(progress) {}
 
     Json doc;
     std::vector<FileObject> objects;
@@ -965,6 +965,7 @@ private:
     }
     void readElement(const Json& j) {
         const int i = m_index++;
+        if (m_progress && (i & (ProgressStep - 1)) == 0) m_progress("Parsing", static_cast<std::size_t>(i), 0);
         if (objectError) return;
         try {
             objects.push_back(readObject(j, i, m_types));
@@ -973,7 +974,10 @@ private:
         }
     }
 
+    static constexpr int ProgressStep = 4096;  // objects between two progress reports (a power of two)
+
     const db::Database& m_types;
+    const XSceneFile::Progress& m_progress;
     std::vector<Json*> m_open;  // open containers, outermost first
     std::string m_key;
     std::size_t m_objectsDepth = 0;  // m_open's size while inside the "objects" array, else 0
@@ -1017,8 +1021,11 @@ db::AttrKey keyOf(const FileEndpoint& end, const std::vector<int>& ids) {
     return key;
 }
 
-void buildObjects(db::Database& target, const FileScene& scene, std::vector<int>& ids) {
+void buildObjects(db::Database& target, const FileScene& scene, std::vector<int>& ids,
+                  const XSceneFile::Progress& progress) {
+    std::size_t built = 0;
     for (int i : scene.order) {
+        if (progress && (built++ & 4095) == 0) progress("Building", built - 1, scene.order.size());
         const FileObject& o = scene.objects[static_cast<std::size_t>(i)];
         int parent = o.parent >= 0 ? ids[static_cast<std::size_t>(o.parent)] : db::Database::RootId;
         int id = target.create(*o.def, o.name, parent);
@@ -1045,11 +1052,11 @@ void buildObjects(db::Database& target, const FileScene& scene, std::vector<int>
 
 // Builds the scene in one change block that does not become an undo step. Throws LoadError when
 // the database refuses something the file asks for.
-void build(db::Database& target, const FileScene& scene) {
+void build(db::Database& target, const FileScene& scene, const XSceneFile::Progress& progress) {
     std::vector<int> ids(scene.objects.size(), -1);
     target.beginChangeBlock();
     try {
-        buildObjects(target, scene, ids);
+        buildObjects(target, scene, ids, progress);
         for (std::size_t i = 0; i < scene.connections.size(); ++i) {
             const FileConnection& c = scene.connections[i];
             std::string reason;
@@ -1065,6 +1072,7 @@ void build(db::Database& target, const FileScene& scene) {
     }
     target.endChangeBlock("Open Scene");
     target.clearUndo();
+    if (progress) progress("Building", scene.order.size(), scene.order.size());
 }
 
 std::string syntaxError(const std::string& file, const std::string& text, std::size_t byte, const std::string& what) {
@@ -1209,7 +1217,7 @@ bool XSceneFile::save(const db::Database& database, const std::string& fileName,
 }
 
 bool XSceneFile::loadJson(db::Database& database, const std::string& text, const std::string& fileName,
-                          std::string& error) {
+                          std::string& error, const Progress& progress) {
     const std::string file = fileName.empty() ? "scene" : fileName;
     if (database.blockDepth() > 0) {
         error = file + ": cannot load a scene while a change block is open";
@@ -1224,14 +1232,14 @@ bool XSceneFile::loadJson(db::Database& database, const std::string& text, const
     try {
         FileScene scene;
         {
-            SceneReader reader(database);
+            SceneReader reader(database, progress);
             if (!Json::sax_parse(text, &reader)) {
                 error = syntaxError(file, text, reader.errorByte, reader.errorText);
                 return false;
             }
             scene = readScene(reader, database);
         }
-        build(scratch, scene);
+        build(scratch, scene, progress);
     } catch (const LoadError& e) {
         error = describe(file, e);
         return false;
@@ -1257,15 +1265,20 @@ bool XSceneFile::loadJson(db::Database& database, const std::string& text, const
     return true;
 }
 
-bool XSceneFile::load(db::Database& database, const std::string& fileName, std::string& error) {
+bool XSceneFile::load(db::Database& database, const std::string& fileName, std::string& error,
+                      const Progress& progress) {
     int fd = ::open(fileName.c_str(), O_RDONLY | O_CLOEXEC);
     if (fd < 0) {
         error = "cannot open '" + fileName + "': " + std::strerror(errno);
         return false;
     }
+    struct stat info {};
+    const std::size_t size = ::fstat(fd, &info) == 0 && info.st_size > 0 ? static_cast<std::size_t>(info.st_size) : 0;
     std::string text;
+    text.reserve(size);
     char buffer[65536];
     for (;;) {
+        if (progress && (text.size() & ((1u << 22) - 1)) < sizeof buffer) progress("Reading", text.size(), size);
         ssize_t n = ::read(fd, buffer, sizeof buffer);
         if (n < 0 && errno == EINTR) continue;
         if (n < 0) {
@@ -1277,7 +1290,7 @@ bool XSceneFile::load(db::Database& database, const std::string& fileName, std::
         text.append(buffer, static_cast<std::size_t>(n));
     }
     ::close(fd);
-    return loadJson(database, text, fileName, error);
+    return loadJson(database, text, fileName, error, progress);
 }
 
 }  // namespace VelX

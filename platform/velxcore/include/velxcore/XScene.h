@@ -5,6 +5,7 @@
 #include <velxcore/XDatabase.h>
 #include <velxcore/XDisplayGroup.h>
 #include <velxcore/XObjectController.h>
+#include <velxcore/XSceneFile.h>
 #include <velxcore/XSceneSettings.h>
 #include <velxcore/XSelection.h>
 #include <velxcore/XSelectionGroup.h>
@@ -39,6 +40,8 @@ public:
     bool Save(const std::wstring& fileName, std::wstring* error = nullptr);
     // Loads a scene file; on failure the open scene is untouched and the message says why.
     bool Load(const std::wstring& fileName, std::wstring* error = nullptr);
+    // The same, telling the progress of a long load (see XSceneFile::Progress).
+    bool Load(const std::wstring& fileName, std::wstring* error, const XSceneFile::Progress& progress);
     const std::wstring& FileName() const { return m_fileName; }
     // Names the file the scene belongs to without saving (a recovered copy of a file's scene).
     void SetFileName(const std::wstring& fileName) { m_fileName = fileName; }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <functional>
 #include <string>
 
 namespace db {
@@ -16,14 +18,19 @@ class XSceneFile {
 public:
     static constexpr int FormatVersion = 1;
 
+    // Told how a load goes, in three phases: "Reading" (bytes of the file), "Parsing" (objects
+    // read so far; the total is not known yet, 0) and "Building" (objects made of the total).
+    using Progress = std::function<void(const char* phase, std::size_t done, std::size_t total)>;
+
     // The scene as JSON text (also used to compare two scenes byte for byte).
     static std::string toJson(const db::Database& database);
     static bool save(const db::Database& database, const std::string& fileName, std::string& error);
     // Validates the whole text and builds the scene aside; only a valid scene replaces the
     // database's contents. Observers get no change round for it: the caller announces the load.
     static bool loadJson(db::Database& database, const std::string& text, const std::string& fileName,
-                         std::string& error);
-    static bool load(db::Database& database, const std::string& fileName, std::string& error);
+                         std::string& error, const Progress& progress = nullptr);
+    static bool load(db::Database& database, const std::string& fileName, std::string& error,
+                     const Progress& progress = nullptr);
 };
 
 }  // namespace VelX
