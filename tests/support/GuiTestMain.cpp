@@ -1,5 +1,7 @@
 // The main of every GUI test binary: starts wxWidgets on the X display, keeps an event loop active
 // for the whole run (simulated input and idle events need one) and runs the GoogleTest cases.
+// A wx assertion raised during a test fails it (a misused wx call is a fault even where wx
+// recovers), and settings go to a private folder when the caller names none.
 #include <guitest/GuiTest.h>
 
 #include <gtest/gtest.h>
@@ -10,6 +12,8 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
+#include <string>
 
 namespace {
 
@@ -58,6 +62,11 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "The GUI tests need an X display; scripts/test.sh starts Xvfb when none is set.\n");
         return 1;
     }
+    std::string privateConfig;
+    if (!std::getenv("XDG_CONFIG_HOME")) {
+        std::string folder = (std::filesystem::temp_directory_path() / "velx-gui-tests-XXXXXX").string();
+        if (mkdtemp(folder.data())) ::setenv("XDG_CONFIG_HOME", (privateConfig = folder).c_str(), 1);
+    }
     wxApp::SetInstance(new GuiTestApp);
     if (!wxEntryStart(argc, argv) || !wxTheApp->CallOnInit()) {
         std::fprintf(stderr, "wxWidgets could not start on display %s.\n", std::getenv("DISPLAY"));
@@ -65,6 +74,10 @@ int main(int argc, char** argv) {
     }
     // wx's own messages go to stderr: a message box at exit would wait for a person forever.
     delete wxLog::SetActiveTarget(new wxLogStderr);
+    wxSetAssertHandler([](const wxString& file, int line, const wxString&, const wxString& condition,
+                          const wxString& message) {
+        ADD_FAILURE_AT(file.utf8_str().data(), line) << "wx assertion " << condition << ": " << message;
+    });
     int result = 0;
     {
         wxEventLoop loop;
@@ -73,5 +86,9 @@ int main(int argc, char** argv) {
     }
     wxTheApp->OnExit();
     wxEntryCleanup();
+    if (!privateConfig.empty()) {
+        std::error_code ignored;
+        std::filesystem::remove_all(privateConfig, ignored);
+    }
     return result;
 }
