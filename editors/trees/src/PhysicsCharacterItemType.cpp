@@ -1,0 +1,9 @@
+#include <velxui/PhysicsCharacterItemType.h>
+
+#include <velxui/XSceneExplorer.h>
+
+namespace VelXUI {
+
+wxString PhysicsCharacterItemType::getTypeName() const { return XSceneExplorer::PhysicsCharacterTypeID; }
+
+}  // namespace VelXUI

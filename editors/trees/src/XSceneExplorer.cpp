@@ -1,0 +1,568 @@
+#include <velxui/XSceneExplorer.h>
+
+#include <velxui/SceneExplorerItemTypes.h>
+#include <velxui/TreeItemMap.h>
+
+#include <velwidgets/VelTreeControlSelectionEventDisabler.h>
+#include <velxcore/XApplication.h>
+#include <velxcore/XDatabase.h>
+#include <velxcore/XObjectTypes.h>
+#include <velxcore/XScene.h>
+#include <velxcore/XSceneChange.h>
+#include <velxcore/XSelection.h>
+
+#include <wx/clipbrd.h>
+#include <wx/dataobj.h>
+#include <wx/utils.h>
+
+namespace VelXUI {
+
+using VelX::XObject;
+using wxUtils::NavigatorTreeItem;
+using wxUtils::TreeItem;
+
+const std::wstring XSceneExplorer::SceneNodeName = L"Scene";
+const std::wstring XSceneExplorer::SceneTypeID = L"Scene";
+const std::wstring XSceneExplorer::ImageFolder = L"Images\\";
+const std::wstring XSceneExplorer::ImagePrefix = L"Explorer";
+const std::wstring XSceneExplorer::ImageSuffix = L"16.png";
+const std::wstring XSceneExplorer::SeparatorCharacter = L":";
+const std::wstring XSceneExplorer::BranchSubMenu = L"Children";
+const std::wstring XSceneExplorer::SelectionTitle = L"Selection";
+const std::wstring XSceneExplorer::CameraTypeID = L"Camera";
+const std::wstring XSceneExplorer::CharacterTypeID = L"Character";
+const std::wstring XSceneExplorer::IKHandleTypeID = L"IKHandle";
+const std::wstring XSceneExplorer::JointTypeID = L"Joint";
+const std::wstring XSceneExplorer::JointLimitTypeID = L"JointLimit";
+const std::wstring XSceneExplorer::KinematicsCharacterTypeID = L"KinematicsCharacter";
+const std::wstring XSceneExplorer::MeshInstanceTypeID = L"MeshInstance";
+const std::wstring XSceneExplorer::PhysicsCharacterTypeID = L"PhysicsCharacter";
+const std::wstring XSceneExplorer::PhysicsConstraintTypeID = L"PhysicsConstraint";
+const std::wstring XSceneExplorer::PhysicsJointTypeID = L"PhysicsJoint";
+const std::wstring XSceneExplorer::PhysicsJointLimitTypeID = L"PhysicsJointLimit";
+const std::wstring XSceneExplorer::PrimitiveTypeID = L"Primitive";
+const std::wstring XSceneExplorer::ShapeTypeID = L"Shape";
+const std::wstring XSceneExplorer::TransformTypeID = L"Transform";
+
+const wchar_t* const XSceneExplorer::CommandLabels[CommandCount] = {
+    L"Copy Path", L"Select", L"Deselect", L"Select All", L"Rename", L"Delete", L"Remove",
+    L"Select All", L"Deselect All", L"Expand All", L"Collapse All", L"Expand All", L"Reparent All", L"Delete All"};
+
+int XSceneExplorer::EditorIndex = -1;
+
+XSceneExplorer::XSceneExplorer(VelX::XScene& scene) : NavigatorTree(), XEditor(scene), m_editorIndex(++EditorIndex) {
+    VelX::XApplication::Instance().AddSceneObserver(this);
+    initializeCommands();
+    m_itemMap = std::make_unique<TreeItemMap>();
+}
+
+XSceneExplorer::~XSceneExplorer() {
+    VelX::XApplication::Instance().RemoveSceneObserver(this);
+    DeleteAllItems();  // items first, while the map still exists for anything that asks
+}
+
+bool XSceneExplorer::Create(wxWindow* parent, Orka::LayoutManager* layout) {
+    XEditor::Create(parent, layout);
+    if (!NavigatorTree::Create(parent, -1, wxDefaultPosition, wxDefaultSize, TreeStyle, "NavigatorTree")) return false;
+    setItemIndent(Indent);
+    registerTreeItemTypes();
+    EnsureVisible(nullptr);
+    DeleteAllItems();
+    createTreeItems();
+    initialiseTreeItems();
+    Bind(wxUtils::wxEVT_VEL_TREE_BEGIN_LABEL_EDIT, &XSceneExplorer::onBeginRename, this);
+    Bind(wxUtils::wxEVT_VEL_TREE_END_LABEL_EDIT, &XSceneExplorer::onEndRename, this);
+    Bind(wxUtils::wxEVT_VEL_TREE_KEY_DOWN, &XSceneExplorer::onTreeKey, this);
+    Bind(wxEVT_PAINT, &XSceneExplorer::onPaintWhenShown, this);
+    return true;
+}
+
+wxWindow* XSceneExplorer::Window() const { return const_cast<XSceneExplorer*>(this); }
+
+void XSceneExplorer::registerTreeItemTypes() {
+    registerNavigatorItemType(new CameraItemType(this));
+    registerNavigatorItemType(new CharacterItemType(this));
+    registerNavigatorItemType(new IKHandleItemType(this));
+    registerNavigatorItemType(new JointItemType(this));
+    registerNavigatorItemType(new JointLimitItemType(this));
+    registerNavigatorItemType(new KinematicsCharacterItemType(this));
+    registerNavigatorItemType(new MeshInstanceItemType(this));
+    registerNavigatorItemType(new PhysicsCharacterItemType(this));
+    registerNavigatorItemType(new PhysicsConstraintItemType(this));
+    registerNavigatorItemType(new PhysicsJointItemType(this));
+    registerNavigatorItemType(new PhysicsJointLimitItemType(this));
+    registerNavigatorItemType(new PrimitiveItemType(this));
+    registerNavigatorItemType(new SceneItemType(this));
+    registerNavigatorItemType(new ShapeItemType(this));
+    registerNavigatorItemType(new TransformItemType(this));
+}
+
+void XSceneExplorer::initializeCommands() {
+    using Handler = void (XSceneExplorer::*)(wxCommandEvent&);
+    static const Handler handlers[CommandCount] = {
+        &XSceneExplorer::onCopyPath,        &XSceneExplorer::onSelect,           &XSceneExplorer::onDeselect,
+        &XSceneExplorer::onSelectType,      &XSceneExplorer::onRename,           &XSceneExplorer::onDelete,
+        &XSceneExplorer::onRemove,          &XSceneExplorer::onBranchSelect,     &XSceneExplorer::onBranchDeselect,
+        &XSceneExplorer::onBranchExpand,    &XSceneExplorer::onBranchCollapse,   &XSceneExplorer::onSelectionExpand,
+        &XSceneExplorer::onSelectionReparent, &XSceneExplorer::onSelectionDelete};
+    for (int i = 0; i < CommandCount; ++i) {
+        m_commandIds[i] = wxNewId();
+        Bind(wxEVT_MENU, handlers[i], this, m_commandIds[i]);
+    }
+}
+
+// ---------------------------------------------------------------------------------------------
+// Building
+
+void XSceneExplorer::createTreeItems() {
+    clearTreeItemMap();
+    m_buildTypes.clear();  // object types may have been registered since the last build
+    recursiveCreateTreeItems(Scene().RootObject(), nullptr);
+}
+
+void XSceneExplorer::recursiveCreateTreeItems(const XObject& object, NavigatorTreeItem* parent) {
+    NavigatorTreeItem* item = parent ? createTreeItem(object, parent) : createTreeRootItem(object);
+    if (item) recursiveCreateChildItems(object, item);
+}
+
+void XSceneExplorer::recursiveCreateChildItems(const XObject& object, NavigatorTreeItem* item) {
+    // Children that are neither transforms nor shapes have no item type: they are skipped with
+    // everything below them. The item type follows from the object type alone, so it is worked out
+    // once per object type of the scene and then looked up.
+    Velutils::Vector<XObject> children;
+    object.ChildObjects(children);
+    if (children.size() > 1) item->ReserveChildren(children.size());
+    for (const XObject& child : children) {
+        std::wstring coreType = child.ObjectType();
+        auto known = m_buildTypes.find(coreType);
+        if (known == m_buildTypes.end()) known = m_buildTypes.emplace(std::move(coreType), &getNavigatorItemType(child)).first;
+        const std::wstring& typeName = *known->second;
+        if (typeName.empty()) continue;
+        if (NavigatorTreeItem* childItem = createTreeItem(child, item, typeName)) recursiveCreateChildItems(child, childItem);
+    }
+}
+
+NavigatorTreeItem* XSceneExplorer::createTreeRootItem(const XObject& object) {
+    NavigatorTreeItem* item = createNavigatorItem(SceneTypeID, SceneNodeName);
+    if (!item) return nullptr;
+    addTreeItemToMap(object.ObjectID(), item);
+    SetRoot(item);
+    return item;
+}
+
+NavigatorTreeItem* XSceneExplorer::createTreeItem(const XObject& object, TreeItem* parent) {
+    if (!parent || !object.IsValid()) return nullptr;
+    return createTreeItem(object, parent, getNavigatorItemType(object));
+}
+
+NavigatorTreeItem* XSceneExplorer::createTreeItem(const XObject& object, TreeItem* parent, const std::wstring& typeName) {
+    if (typeName.empty()) return nullptr;
+    NavigatorTreeItem* item = createNavigatorItem(itemType(typeName), wxString());
+    if (!item) return nullptr;
+    wxString label(object.Name());
+    item->SwapLabel(label);
+    addTreeItemToMap(object.HandleID(), item);  // the object is known to be valid here
+    parent->AddChild(item);
+    return item;
+}
+
+wxUtils::NavigatorItemType* XSceneExplorer::itemType(const std::wstring& typeName) {
+    for (const auto& [name, type] : m_typeCache)
+        if (name == &typeName || *name == typeName) return type;
+    wxUtils::NavigatorItemType* type = findNavigatorItemType(typeName);
+    if (type) m_typeCache.emplace_back(&typeName, type);
+    return type;
+}
+
+const std::wstring& XSceneExplorer::getNavigatorItemType(const XObject& object) const { return NavigatorItemTypeOf(object); }
+
+const std::wstring& XSceneExplorer::NavigatorItemTypeOf(const XObject& object) {
+    // Exact types first (a subtype of a listed type takes the general name), then the general ones.
+    if (object.SupportsType(VelX::XTransform::TypeID)) {
+        static const std::pair<const std::wstring*, const std::wstring*> transforms[] = {
+            {&VelX::XCamera::TypeID, &CameraTypeID},
+            {&VelX::XCharacter::TypeID, &CharacterTypeID},
+            {&VelX::XIKHandle::TypeID, &IKHandleTypeID},
+            {&VelX::XJoint::TypeID, &JointTypeID},
+            {&VelX::XJointLimit::TypeID, &JointLimitTypeID},
+            {&VelX::XKinematicsCharacter::TypeID, &KinematicsCharacterTypeID},
+            {&VelX::XPhysicsCharacter::TypeID, &PhysicsCharacterTypeID},
+            {&VelX::XPhysicsConstraint::TypeID, &PhysicsConstraintTypeID},
+            {&VelX::XPhysicsJoint::TypeID, &PhysicsJointTypeID},
+            {&VelX::XPhysicsJointLimit::TypeID, &PhysicsJointLimitTypeID}};
+        const std::wstring type = object.ObjectType();  // one look-up instead of ten IsType calls
+        for (const auto& [coreType, itemTypeName] : transforms)
+            if (type == *coreType) return *itemTypeName;
+        return TransformTypeID;
+    }
+    if (object.SupportsType(VelX::XShape::TypeID)) {
+        const std::wstring type = object.ObjectType();
+        if (type == VelX::XMeshInstance::TypeID) return MeshInstanceTypeID;
+        if (type == VelX::XPrimitive::TypeID) return PrimitiveTypeID;
+        return ShapeTypeID;
+    }
+    static const std::wstring none;
+    return none;
+}
+
+void XSceneExplorer::initialiseTreeItems() {
+    CollapseAll(nullptr);
+    if (TreeItem* root = GetRoot()) root->Expand();
+    clearTreeItemSelection();
+}
+
+// ---------------------------------------------------------------------------------------------
+// Notifications
+
+void XSceneExplorer::OnSceneLoaded(VelX::XScene&) {
+    if (!IsVisible()) {
+        m_missedChanges = true;
+        return;
+    }
+    m_missedChanges = false;
+    EnsureVisible(nullptr);
+    DeleteAllItems();
+    createTreeItems();
+    initialiseTreeItems();
+    clearTreeItemSelection();
+    updateTreeItemSelection();
+}
+
+void XSceneExplorer::OnSceneChanged(const VelX::XSceneChange& change, bool) {
+    // A hidden explorer drops changes on purpose; the next load rebuilds it, and so does showing it
+    // again (it would otherwise show a stale tree until then).
+    if (!IsVisible() || !GetHandle()) {
+        m_missedChanges = true;
+        return;
+    }
+    const VelX::XDatabaseChange& databaseChange = change.DatabaseChange();
+    Velutils::Vector<XObject> created, deleted, renamed, reparented;
+    databaseChange.CreatedObjects(created);
+    databaseChange.DeletedObjects(deleted);
+    databaseChange.RenamedObjects(renamed);
+    databaseChange.ReparentedObjects(reparented);
+    if (created.empty() && deleted.empty() && renamed.empty() && reparented.empty()) return;
+    VelX::XDatabase* database = &Scene().Database();
+    for (const XObject& object : deleted) removeTreeItem(object);
+    for (const XObject& object : created)
+        if (object.DatabasePointer() == database) addTreeItem(object);
+    for (const XObject& object : reparented)
+        if (object.DatabasePointer() == database) reparentTreeItem(object);
+    for (const XObject& object : renamed)
+        if (object.DatabasePointer() == database) renameTreeItem(object);
+    Refresh(true);
+}
+
+void XSceneExplorer::OnSceneSelectionChanged(VelX::XScene&, bool) {
+    if (!IsVisible() || !GetHandle()) {
+        m_missedChanges = true;
+        return;
+    }
+    updateTreeItemSelection();
+    if (BringIntoView()) {
+        Velutils::Vector<XObject> selected;
+        Scene().Selection().Objects(selected);
+        for (const XObject& object : selected) {
+            if (!object.IsValid()) continue;
+            if (TreeItem* item = findTreeItemInMap(object.ObjectID())) EnsureVisible(item);
+        }
+    }
+    Refresh(true);
+    Update();
+}
+
+// ---------------------------------------------------------------------------------------------
+// Incremental edits
+
+void XSceneExplorer::addTreeItem(const XObject& object) {
+    if (findTreeItemInMap(object.ObjectID())) return;
+    TreeItem* parent = findTreeItemInMap(object.Parent().ObjectID());
+    createTreeItem(object, parent ? parent : GetRoot());
+}
+
+void XSceneExplorer::removeTreeItem(const XObject& object) {
+    EnsureVisible(nullptr);
+    // Deleted objects no longer answer ObjectID(); the handle still names its identifier.
+    TreeItem* item = findTreeItemInMap(object.HandleID());
+    if (!item) return;
+    if (TreeItem* parent = item->GetParent()) {
+        while (item->GetChildCount() > 0) item->GetChild(0)->Reparent(parent);
+    }
+    removeTreeItemFromMap(item);
+    item->RemoveAndDestroy();
+}
+
+void XSceneExplorer::removeTreeBranch(const XObject& object) {
+    EnsureVisible(nullptr);
+    TreeItem* item = findTreeItemInMap(object.HandleID());
+    if (!item) return;
+    removeTreeItemBranchFromMap(item);
+    item->RemoveAndDestroy();
+}
+
+void XSceneExplorer::renameTreeItem(const XObject& object) {
+    EnsureVisible(nullptr);
+    if (TreeItem* item = findTreeItemInMap(object.ObjectID())) item->SetLabel(object.Name());
+}
+
+void XSceneExplorer::reparentTreeItem(const XObject& object) {
+    EnsureVisible(nullptr);
+    TreeItem* item = findTreeItemInMap(object.ObjectID());
+    if (!item) return;
+    TreeItem* parent = findTreeItemInMap(object.Parent().ObjectID());
+    item->Reparent(parent ? parent : GetRoot());
+}
+
+// ---------------------------------------------------------------------------------------------
+// Selection
+
+void XSceneExplorer::clearTreeItemSelection() {
+    EnsureVisible(nullptr);
+    Velutils::Vector<TreeItem*> none;
+    setTreeItemSelection(none);
+}
+
+void XSceneExplorer::updateTreeItemSelection() {
+    EnsureVisible(nullptr);
+    Velutils::Vector<XObject> selected;
+    Scene().Selection().Objects(selected);
+    Velutils::Vector<TreeItem*> items;
+    items.reserve(selected.size());
+    for (const XObject& object : selected)
+        if (TreeItem* item = findTreeItemInMap(object.ObjectID())) items.push_back(item);
+    setTreeItemSelection(items);
+}
+
+void XSceneExplorer::setTreeItemSelection(Velutils::Vector<TreeItem*>& items) {
+    wxUtils::VelTreeControlSelectionEventDisabler disabler(*this);
+    SetSelection(items);
+}
+
+void XSceneExplorer::onSelectionChanged() {
+    VelX::XSelection& selection = Scene().Selection();
+    if (selection.IsSubObjectEditMode()) {
+        updateTreeItemSelection();  // the tree may not change a sub-object selection
+        return;
+    }
+    VelX::XDatabase& database = Scene().Database();
+    database.BeginChangeBlock();
+    std::vector<std::wstring> paths;
+    paths.reserve(GetSelection().size());
+    for (TreeItem* item : GetSelection()) {
+        std::wstring path = getObjectPath(item);
+        if (!path.empty()) paths.push_back(std::move(path));
+    }
+    {
+        wxUtils::VelTreeControlSelectionEventDisabler disabler(*this);
+        selection.Select(paths);
+    }
+    database.EndChangeBlock();
+}
+
+// ---------------------------------------------------------------------------------------------
+// The item map
+
+void XSceneExplorer::clearTreeItemMap() {
+    if (m_itemMap) m_itemMap->clear();
+}
+
+void XSceneExplorer::addTreeItemToMap(int objectId, TreeItem* item) {
+    if (m_itemMap && item) m_itemMap->insert(objectId, item);
+}
+
+void XSceneExplorer::removeTreeItemFromMap(TreeItem* item) {
+    if (m_itemMap) m_itemMap->erase(item);
+}
+
+void XSceneExplorer::removeTreeItemBranchFromMap(TreeItem* item) {
+    if (!item) return;
+    recursiveRemoveTreeItemBranchFromMap(item);
+    removeTreeItemFromMap(item);
+}
+
+void XSceneExplorer::recursiveRemoveTreeItemBranchFromMap(TreeItem* item) {
+    // Each child is visited, and then this item (not the child) is removed once per child: leaves
+    // below the branch root keep their entries. Owners rely on this exact behaviour.
+    for (TreeItem* child : *item) {
+        recursiveRemoveTreeItemBranchFromMap(child);
+        removeTreeItemFromMap(item);
+    }
+}
+
+TreeItem* XSceneExplorer::findTreeItemInMap(int objectId) const {
+    return m_itemMap ? m_itemMap->find(objectId) : nullptr;
+}
+
+TreeItem* XSceneExplorer::findTreeItemInMap(const std::wstring& path) const {
+    const XObject object = Scene().Database().Object(path);
+    const int id = object.ObjectID();
+    return id == 0 ? nullptr : findTreeItemInMap(id);
+}
+
+XObject XSceneExplorer::findObjectInMap(TreeItem* item) const {
+    const int id = m_itemMap ? m_itemMap->find(item) : -1;
+    return id == -1 ? XObject() : Scene().Database().Object(id);
+}
+
+std::wstring XSceneExplorer::getObjectPath(TreeItem* item) const {
+    return item ? findObjectInMap(item).Path() : std::wstring();
+}
+
+TreeItem* XSceneExplorer::ItemOf(const XObject& object) const { return findTreeItemInMap(object.ObjectID()); }
+XObject XSceneExplorer::ObjectOf(TreeItem* item) const { return findObjectInMap(item); }
+
+// ---------------------------------------------------------------------------------------------
+// Branch operations
+
+void XSceneExplorer::recursiveListChildren(TreeItem* item, std::vector<std::wstring>& paths) const {
+    for (TreeItem* child : *item) {
+        paths.push_back(getObjectPath(child));
+        recursiveListChildren(child, paths);
+    }
+}
+
+void XSceneExplorer::selectBranch(const std::wstring& path) {
+    TreeItem* item = findTreeItemInMap(path);
+    if (!item) return;
+    std::vector<std::wstring> paths{path};
+    recursiveListChildren(item, paths);
+    Scene().Selection().Select(paths);
+}
+
+void XSceneExplorer::deselectBranch(const std::wstring& path) {
+    TreeItem* item = findTreeItemInMap(path);
+    if (!item) return;
+    std::vector<std::wstring> paths{path};
+    recursiveListChildren(item, paths);
+    Scene().Selection().Deselect(paths);
+}
+
+void XSceneExplorer::expandBranch(const std::wstring& path) {
+    if (TreeItem* item = findTreeItemInMap(path)) ExpandAll(item);
+}
+
+void XSceneExplorer::collapseBranch(const std::wstring& path) {
+    if (TreeItem* item = findTreeItemInMap(path)) CollapseAll(item);
+}
+
+void XSceneExplorer::expandSelection(const std::wstring& path) {
+    // The scene root has no item of its own by path; it stands for the whole tree.
+    TreeItem* item = path.empty() ? GetRoot() : findTreeItemInMap(path);
+    if (item) recursiveExpandSelection(item);
+}
+
+void XSceneExplorer::recursiveExpandSelection(TreeItem* item) {
+    VelX::XSelection& selection = Scene().Selection();
+    for (TreeItem* child : *item) {
+        if (selection.IsSelected(findObjectInMap(child))) EnsureVisible(child);
+        recursiveExpandSelection(child);
+    }
+}
+
+void XSceneExplorer::deleteItem(const std::wstring& path) {
+    wxBusyCursor busy;
+    Scene().Database().RemoveObjects(path);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Commands
+
+template <class Edit>
+void XSceneExplorer::inChangeBlock(Edit&& edit, const std::wstring& undoLabel) {
+    VelX::XDatabase& database = Scene().Database();
+    database.BeginChangeBlock();
+    edit();
+    if (undoLabel.empty()) database.EndChangeBlock();
+    else database.EndChangeBlock(undoLabel);
+}
+
+void XSceneExplorer::onCopyPath(wxCommandEvent&) {
+    inChangeBlock([this] {
+        const std::wstring path = contextPath();
+        if (wxTheClipboard->Open()) {
+            wxTheClipboard->SetData(new wxTextDataObject(path));
+            wxTheClipboard->Close();
+        }
+    });
+}
+
+void XSceneExplorer::onSelect(wxCommandEvent&) {
+    inChangeBlock([this] { Scene().Selection().Select(contextPath()); });
+}
+
+void XSceneExplorer::onDeselect(wxCommandEvent&) {
+    inChangeBlock([this] { Scene().Selection().Deselect(contextPath()); });
+}
+
+void XSceneExplorer::onSelectType(wxCommandEvent&) {
+    inChangeBlock([this] {
+        const XObject object = findObjectInMap(GetFocusItem());
+        if (object.IsValid()) Scene().Selection().SelectByType(object.ObjectType(), VelX::XComparisonMode::ExactType);
+    });
+}
+
+void XSceneExplorer::onRename(wxCommandEvent&) {
+    inChangeBlock([this] { EditLabel(GetFocusItem()); });
+}
+
+void XSceneExplorer::onDelete(wxCommandEvent&) {
+    inChangeBlock([this] { Scene().Database().DeleteObjects(contextPath()); }, L"Delete");
+}
+
+void XSceneExplorer::onRemove(wxCommandEvent&) {
+    inChangeBlock([this] { Scene().Database().RemoveObjects(contextPath()); }, L"Remove");
+}
+
+void XSceneExplorer::onBranchSelect(wxCommandEvent&) {
+    inChangeBlock([this] { selectBranch(contextPath()); });
+}
+
+void XSceneExplorer::onBranchDeselect(wxCommandEvent&) {
+    inChangeBlock([this] { deselectBranch(contextPath()); });
+}
+
+void XSceneExplorer::onBranchExpand(wxCommandEvent&) { expandBranch(contextPath()); }
+void XSceneExplorer::onBranchCollapse(wxCommandEvent&) { collapseBranch(contextPath()); }
+void XSceneExplorer::onSelectionExpand(wxCommandEvent&) { expandSelection(Scene().RootObject().Path()); }
+
+void XSceneExplorer::onSelectionReparent(wxCommandEvent&) {
+    inChangeBlock([this] { Scene().ReparentSelection(contextPath()); }, L"Reparent");
+}
+
+void XSceneExplorer::onSelectionDelete(wxCommandEvent&) {
+    inChangeBlock([this] { Scene().DeleteSelection(); }, L"Delete");
+}
+
+void XSceneExplorer::onBeginRename(wxUtils::TreeEvent&) {}
+
+void XSceneExplorer::onEndRename(wxUtils::TreeEvent& event) {
+    // A cancelled edit leaves the name alone. The rename applies to the focus item, on which the
+    // Rename command started the edit; the item then shows the name the core actually gave.
+    if (event.IsEditCancelled()) return;
+    XObject object = Scene().Database().Object(contextPath());
+    if (!object.IsValid() || object.ObjectID() == 0) return;
+    object.SetName(event.GetLabel().ToStdWstring());
+    renameTreeItem(object);
+}
+
+void XSceneExplorer::onPaintWhenShown(wxPaintEvent& event) {
+    // Painting means the panel is on screen again: catch up with what was missed while hidden, once
+    // the paint is over.
+    event.Skip();
+    if (m_missedChanges && IsVisible()) {
+        m_missedChanges = false;
+        CallAfter([this] { OnSceneLoaded(Scene()); });
+    }
+}
+
+void XSceneExplorer::onTreeKey(wxUtils::TreeEvent& event) {
+    // Delete removes the selected objects with everything below them, as one undo step.
+    if (event.GetKeyCode() == WXK_DELETE && event.GetKeyModifiers() == wxMOD_NONE &&
+        Scene().Selection().Count() > 0) {
+        inChangeBlock([this] { Scene().DeleteSelection(); }, L"Delete");
+        return;
+    }
+    event.Skip();
+}
+
+}  // namespace VelXUI
