@@ -1,0 +1,7 @@
+#include <veleditors/VelAttribute.h>
+
+namespace wxUtils {
+
+VelAttribute::~VelAttribute() = default;
+
+}  // namespace wxUtils
