@@ -23,6 +23,8 @@
 #include <wx/msgdlg.h>
 #include <wx/timer.h>
 
+#include <gtk/gtk.h>
+
 #include <cstdio>
 
 namespace {
@@ -39,6 +41,7 @@ bool StudioApp::OnInit() {
     SetAppName("velx-studio");
     SetAppDisplayName("VelX Studio");
     wxInitAllImageHandlers();
+    quietScrollEdges();
     startLogging();
     VelXUI::XEditorLibrary::Initialise();
     wxUtils::AppMainLoop::Instance().install(this);
@@ -67,6 +70,19 @@ bool StudioApp::OnInit() {
     if (!m_options.screenshotMode()) offerRecovery();
     CallAfter([this] { afterStart(); });
     return true;
+}
+
+void StudioApp::quietScrollEdges() {
+    // GTK glows the edges of a scrolled window when its scroll position meets an end; the panels
+    // are custom-drawn lists that show their own state, and the glow lay over their rows.
+    GtkCssProvider* css = gtk_css_provider_new();
+    gtk_css_provider_load_from_data(css,
+                                    "scrolledwindow undershoot, scrolledwindow overshoot"
+                                    " { background: none; box-shadow: none; }",
+                                    -1, nullptr);
+    if (GdkScreen* screen = gdk_screen_get_default())
+        gtk_style_context_add_provider_for_screen(screen, GTK_STYLE_PROVIDER(css), GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
+    g_object_unref(css);
 }
 
 void StudioApp::startLogging() {

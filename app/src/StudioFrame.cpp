@@ -3,6 +3,8 @@
 #include <velxstudio/SceneAutosave.h>
 #include <velxstudio/SceneChangeTracker.h>
 #include <velxstudio/SceneOverviewPanel.h>
+#include <velxui/XAttributeEditor.h>
+#include <velxui/XSceneExplorer.h>
 
 #include <orkacore/ColourManager.h>
 #include <orkacore/EnvData.h>
@@ -97,6 +99,8 @@ StudioFrame::~StudioFrame() {
     wxUtils::AppMainLoop::Instance().removeRedrawClient(this);
     VelX::XApplication::Instance().RemoveSceneObserver(this);
     m_layout->setPaneShownHandler(nullptr);
+    // The panels go while the layout manager they ask about visibility still exists.
+    DestroyChildren();
 }
 
 void StudioFrame::buildMenus() {
@@ -159,8 +163,15 @@ void StudioFrame::buildMenus() {
 void StudioFrame::buildPanes() {
     m_overview = new SceneOverviewPanel(this, m_scene);
     m_layout->addPane(m_overview, OverviewPaneName, "Scene", Orka::PaneDock::Centre);
+    auto* explorer = new VelXUI::XSceneExplorer(m_scene);
+    explorer->Create(this, m_layout.get());
+    m_layout->addPane(explorer, "SceneExplorer", "Scene Explorer", Orka::PaneDock::Left, FromDIP(wxSize(260, 600)));
     wxWindow* log = m_logger.createPane(this);
     m_layout->addPane(log, LogPaneName, "Log", Orka::PaneDock::Bottom, FromDIP(wxSize(800, 180)));
+    auto* attributeEditor = new VelXUI::XAttributeEditor(m_scene);
+    attributeEditor->Create(m_scene, this, m_layout.get());
+    m_layout->addPane(attributeEditor, "AttributeEditor", "Attribute Editor", Orka::PaneDock::Right,
+                      FromDIP(wxSize(320, 600)));
     // The Window menu lists exactly the panes that exist; the panel libraries add theirs here.
     for (const wxString& name : m_layout->paneNames()) addPaneToWindowMenu(name);
     m_layout->setPaneShownHandler([this](const wxString& name, bool shown) {

@@ -29,6 +29,7 @@ public:
     StudioFrame* Frame() const { return m_frame; }
 
 private:
+    void quietScrollEdges();
     void startLogging();
     void loadApplicationScript();
     void openStartScene();
