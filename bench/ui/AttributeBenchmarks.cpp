@@ -5,6 +5,7 @@
 // and list into an off-screen bitmap with the same drawing code as on screen; the "OnScreen"
 // variants time until every list has painted in the window (its paint handler runs inside GTK's
 // draw signal), which adds the display's frame clock.
+#include "UiBenchmarkSupport.h"
 #include <velwidgets/AppMainLoop.h>
 #include <velxcore/XApplication.h>
 #include <velxcore/XObjectTypes.h>
@@ -34,12 +35,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 constexpr int RowsPerObject = 60;
 
-void runOneTurn() {
-    wxEventLoopBase* loop = wxEventLoopBase::GetActive();
-    while (loop && loop->Pending()) loop->Dispatch();
-    wxTheApp->ProcessPendingEvents();
-    wxTheApp->ProcessIdle();
-}
+using UiBenchmark::runOneTurn;
 
 void settle() {
     for (int i = 0; i < 10; ++i) {

@@ -7,6 +7,7 @@
 //
 // The scenes: characters (a character object over a binary joint hierarchy 10 levels deep, 1,024
 // objects each) and one transform with min(100,000, N/2) direct children, N objects in all.
+#include "UiBenchmarkSupport.h"
 #include <orkacore/LayoutManager.h>
 #include <velxcore/XDatabase.h>
 #include <velxcore/XObjectTypes.h>
@@ -38,12 +39,7 @@ using VelX::XObject;
 
 double msSince(Clock::time_point start) { return std::chrono::duration<double, std::milli>(Clock::now() - start).count(); }
 
-void runOneTurn() {
-    wxEventLoopBase* loop = wxEventLoopBase::GetActive();
-    while (loop && loop->Pending()) loop->Dispatch();
-    wxTheApp->ProcessPendingEvents();
-    wxTheApp->ProcessIdle();
-}
+using UiBenchmark::runOneTurn;
 
 // Waits until GTK has drawn the window: a handler connected after the default "draw" handler of the
 // window's widget runs once everything inside has been painted. glib is reached through the symbols

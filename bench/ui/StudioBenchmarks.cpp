@@ -1,4 +1,5 @@
 // Start-up and main-loop costs of the studio.
+#include "UiBenchmarkSupport.h"
 #include <velxstudio/StudioFrame.h>
 
 #include <orkacore/LayoutManager.h>
@@ -18,12 +19,7 @@
 
 namespace {
 
-void runOneTurn() {
-    wxEventLoopBase* loop = wxEventLoopBase::GetActive();
-    while (loop && loop->Pending()) loop->Dispatch();
-    wxTheApp->ProcessPendingEvents();
-    wxTheApp->ProcessIdle();
-}
+using UiBenchmark::runOneTurn;
 
 StudioFrame::Options benchmarkOptions() {
     StudioFrame::Options options;

@@ -1,5 +1,7 @@
 // The main of the user-interface benchmarks: starts wxWidgets on the X display with an active event
 // loop (the benchmarks show real windows and wait for them to paint), then runs Google Benchmark.
+#include "UiBenchmarkSupport.h"
+
 #include <benchmark/benchmark.h>
 #include <wx/app.h>
 #include <wx/evtloop.h>
@@ -8,6 +10,13 @@
 
 #include <cstdio>
 #include <cstdlib>
+
+void UiBenchmark::runOneTurn() {
+    wxEventLoopBase* loop = wxEventLoopBase::GetActive();
+    while (loop && loop->Pending()) loop->Dispatch();
+    wxTheApp->ProcessPendingEvents();
+    wxTheApp->ProcessIdle();
+}
 
 namespace {
 
