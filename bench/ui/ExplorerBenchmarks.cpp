@@ -39,7 +39,9 @@ using VelX::XObject;
 
 double msSince(Clock::time_point start) { return std::chrono::duration<double, std::milli>(Clock::now() - start).count(); }
 
+using UiBenchmark::closeFrame;
 using UiBenchmark::runOneTurn;
+using UiBenchmark::showAndSettle;
 
 // Waits until GTK has drawn the window: a handler connected after the default "draw" handler of the
 // window's widget runs once everything inside has been painted. glib is reached through the symbols
@@ -132,13 +134,11 @@ struct ExplorerWindow {
         explorer->Create(frame, layout.get());
         layout->addPane(explorer, "SceneExplorer", "Scene Explorer", Orka::PaneDock::Centre);
         layout->update();
-        frame->Show();
-        for (int i = 0; i < 30; ++i) runOneTurn();
+        showAndSettle(frame);
     }
     ~ExplorerWindow() {
         layout.reset();
-        frame->Destroy();
-        for (int i = 0; i < 5; ++i) runOneTurn();
+        closeFrame(frame);
     }
     void renderOffScreen() {
         const wxSize size = explorer->GetClientSize();
@@ -321,14 +321,20 @@ void BM_ExplorerReparent(benchmark::State& state) {
 }
 BENCHMARK(BM_ExplorerReparent)->UseManualTime()->Unit(benchmark::kMicrosecond);
 
+// A stock control's iteration ends when it has really drawn on screen.
+void paintAndTime(benchmark::State& state, wxWindow* control, DrawWatch& draw, Clock::time_point start) {
+    control->Refresh();
+    draw.wait(120000);
+    state.SetIterationTime(msSince(start) / 1000.0);
+}
+
 // The stock tree control: append the hierarchy, expand everything, and wait for the paint.
 void BM_PeerWxTreeCtrl(benchmark::State& state) {
     BenchScene& bench = benchScene(int(state.range(0)));
     auto* frame = new wxFrame(nullptr, wxID_ANY, "peer", wxPoint(0, 0), wxSize(420, 900));
     auto* tree = new wxTreeCtrl(frame, wxID_ANY, wxDefaultPosition, wxDefaultSize,
                                 wxTR_DEFAULT_STYLE | wxTR_MULTIPLE);
-    frame->Show();
-    for (int i = 0; i < 30; ++i) runOneTurn();
+    showAndSettle(frame);
     DrawWatch draw(tree);
     for (auto _ : state) {
         tree->DeleteAllItems();
@@ -344,12 +350,9 @@ void BM_PeerWxTreeCtrl(benchmark::State& state) {
             }
         }
         tree->ExpandAll();
-        tree->Refresh();
-        draw.wait(120000);
-        state.SetIterationTime(msSince(start) / 1000.0);
+        paintAndTime(state, tree, draw, start);
     }
-    frame->Destroy();
-    for (int i = 0; i < 5; ++i) runOneTurn();
+    closeFrame(frame);
 }
 BENCHMARK(BM_PeerWxTreeCtrl)->Arg(100000)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(1);
 
@@ -388,8 +391,7 @@ void BM_PeerWxDataView(benchmark::State& state) {
         auto* frame = new wxFrame(nullptr, wxID_ANY, "peer", wxPoint(0, 0), wxSize(420, 900));
         auto* view = new wxDataViewCtrl(frame, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxDV_MULTIPLE);
         view->AppendTextColumn("Name", 0);
-        frame->Show();
-        for (int i = 0; i < 30; ++i) runOneTurn();
+        showAndSettle(frame);
         DrawWatch draw(view);
         draw.arm();
         const auto start = Clock::now();
@@ -411,11 +413,8 @@ void BM_PeerWxDataView(benchmark::State& state) {
         for (size_t i = 0; i < bench.sample.size() && selection.size() < 10000; ++i)
             selection.Add(SceneModel::idItem(bench.sample[i].ObjectID()));
         view->SetSelections(selection);
-        view->Refresh();
-        draw.wait(120000);
-        state.SetIterationTime(msSince(start) / 1000.0);
-        frame->Destroy();
-        for (int i = 0; i < 5; ++i) runOneTurn();
+        paintAndTime(state, view, draw, start);
+        closeFrame(frame);
     }
 }
 BENCHMARK(BM_PeerWxDataView)->Arg(100000)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(1);

@@ -19,6 +19,7 @@
 
 namespace {
 
+using UiBenchmark::closeFrame;
 using UiBenchmark::runOneTurn;
 
 StudioFrame::Options benchmarkOptions() {
@@ -58,8 +59,7 @@ void BM_StudioStartToFirstPaint(benchmark::State& state) {
         const auto end = std::chrono::steady_clock::now();
         state.SetIterationTime(std::chrono::duration<double>(end - start).count());
         if (!waiting.empty()) state.SkipWithError("a pane never painted");
-        frame->Destroy();
-        for (int i = 0; i < 5; ++i) runOneTurn();
+        closeFrame(frame);
     }
     wxUtils::AppMainLoop::Instance().uninstall();
 }
@@ -78,8 +78,7 @@ void BM_RedrawPassNoWork(benchmark::State& state) {
     wxUtils::AppMainLoop& mainLoop = wxUtils::AppMainLoop::Instance();
     mainLoop.runRedrawPass();
     for (auto _ : state) mainLoop.runRedrawPass();
-    frame->Destroy();
-    for (int i = 0; i < 5; ++i) runOneTurn();
+    closeFrame(frame);
 }
 BENCHMARK(BM_RedrawPassNoWork)->Unit(benchmark::kMicrosecond);
 

@@ -5,6 +5,7 @@
 #include <benchmark/benchmark.h>
 #include <wx/app.h>
 #include <wx/evtloop.h>
+#include <wx/frame.h>
 #include <wx/init.h>
 #include <wx/log.h>
 
@@ -16,6 +17,16 @@ void UiBenchmark::runOneTurn() {
     while (loop && loop->Pending()) loop->Dispatch();
     wxTheApp->ProcessPendingEvents();
     wxTheApp->ProcessIdle();
+}
+
+void UiBenchmark::showAndSettle(wxFrame* frame) {
+    frame->Show();
+    for (int i = 0; i < 30; ++i) runOneTurn();
+}
+
+void UiBenchmark::closeFrame(wxFrame* frame) {
+    frame->Destroy();
+    for (int i = 0; i < 5; ++i) runOneTurn();
 }
 
 namespace {

@@ -7,6 +7,8 @@
 #include <gtest/gtest.h>
 #include <wx/app.h>
 #include <wx/evtloop.h>
+#include <wx/frame.h>
+#include <wx/sizer.h>
 #include <wx/init.h>
 #include <wx/log.h>
 
@@ -51,6 +53,15 @@ bool waitUntil(const std::function<bool()>& condition, int timeoutMilliseconds) 
         wxMilliSleep(2);
     }
     return true;
+}
+
+void showFilling(wxFrame* frame, wxWindow* window) {
+    auto* sizer = new wxBoxSizer(wxVERTICAL);
+    sizer->Add(window, 1, wxEXPAND);
+    frame->SetSizer(sizer);
+    frame->Show();
+    frame->Layout();
+    waitUntil([&] { return window->IsShownOnScreen(); });
 }
 
 }  // namespace GuiTest

@@ -39,12 +39,7 @@ protected:
         control = new CountingControl;
         control->Create(frame);
         for (FakeAttribute* attribute : {&real, &toggle, &integer, &text}) control->addAttribute(attribute);
-        auto* sizer = new wxBoxSizer(wxVERTICAL);
-        sizer->Add(control, 1, wxEXPAND);
-        frame->SetSizer(sizer);
-        frame->Show();
-        frame->Layout();
-        GuiTest::waitUntil([&] { return control->IsShownOnScreen(); });
+        GuiTest::showFilling(frame, control);
         GuiTest::pumpEvents(50);
     }
     void TearDown() override {

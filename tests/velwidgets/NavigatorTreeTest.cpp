@@ -57,12 +57,7 @@ protected:
         frame = new wxFrame(nullptr, wxID_ANY, "navigator", wxPoint(90, 90), wxSize(300, 300));
         tree = new NavigatorTree();
         tree->Create(frame);
-        auto* sizer = new wxBoxSizer(wxVERTICAL);
-        sizer->Add(tree, 1, wxEXPAND);
-        frame->SetSizer(sizer);
-        frame->Show();
-        frame->Layout();
-        GuiTest::waitUntil([&] { return tree->IsShownOnScreen(); });
+        GuiTest::showFilling(frame, tree);
         EXPECT_TRUE(tree->registerNavigatorItemType(new RecordingType("Folder", journal, true, *wxRED)));
         EXPECT_TRUE(tree->registerNavigatorItemType(new RecordingType("Leaf", journal)));
         root = tree->createNavigatorItem("Folder", "root");

@@ -43,12 +43,7 @@ protected:
         frame = new wxFrame(nullptr, wxID_ANY, "tree", wxPoint(60, 60), wxSize(360, 420));
         tree = new CountingTree();
         tree->Create(frame, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxHSCROLL | TreeControl::FullRowHighlight);
-        auto* sizer = new wxBoxSizer(wxVERTICAL);
-        sizer->Add(tree, 1, wxEXPAND);
-        frame->SetSizer(sizer);
-        frame->Show();
-        frame->Layout();
-        GuiTest::waitUntil([&] { return tree->IsShownOnScreen(); });
+        GuiTest::showFilling(frame, tree);
         GuiTest::pumpEvents(50);
     }
     void TearDown() override {

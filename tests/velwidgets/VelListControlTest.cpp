@@ -43,12 +43,7 @@ protected:
         frame = new wxFrame(nullptr, wxID_ANY, "list", wxPoint(40, 40), wxSize(400, 500));
         list = new RowList(8);
         list->Create(frame);
-        auto* sizer = new wxBoxSizer(wxVERTICAL);
-        sizer->Add(list, 1, wxEXPAND);
-        frame->SetSizer(sizer);
-        frame->Show();
-        frame->Layout();
-        GuiTest::waitUntil([&] { return list->IsShownOnScreen(); });
+        GuiTest::showFilling(frame, list);
         GuiTest::pumpEvents(50);
     }
     void TearDown() override {

@@ -43,12 +43,7 @@ protected:
         frame = new wxFrame(nullptr, wxID_ANY, "attributes", wxPoint(40, 40), wxSize(420, 760));
         editor = new XAttributeEditor(scene());
         ASSERT_TRUE(editor->Create(scene(), frame, nullptr));
-        auto* sizer = new wxBoxSizer(wxVERTICAL);
-        sizer->Add(editor, 1, wxEXPAND);
-        frame->SetSizer(sizer);
-        frame->Show();
-        frame->Layout();
-        GuiTest::waitUntil([&] { return editor->IsShownOnScreen(); });
+        GuiTest::showFilling(frame, editor);
     }
     void TearDown() override {
         frame->Destroy();

@@ -95,12 +95,7 @@ protected:
         frame = new wxFrame(nullptr, wxID_ANY, "explorer", wxPoint(80, 80), wxSize(360, 520));
         explorer = new Explorer(scene);
         explorer->Create(frame, nullptr);
-        auto* sizer = new wxBoxSizer(wxVERTICAL);
-        sizer->Add(explorer, 1, wxEXPAND);
-        frame->SetSizer(sizer);
-        frame->Show();
-        frame->Layout();
-        GuiTest::waitUntil([&] { return explorer->IsShownOnScreen(); });
+        GuiTest::showFilling(frame, explorer);
         GuiTest::pumpEvents(50);
     }
     void TearDown() override {
