@@ -22,7 +22,9 @@ namespace {
 // Records the order of the notifications a scene sends.
 class RecordingObserver : public XSceneObserver {
 public:
-    RecordingObserver() { XApplication::Instance().AddSceneObserver(this); }
+    explicit RecordingObserver(const XScene* bound = nullptr) : m_bound(bound) {
+        XApplication::Instance().AddSceneObserver(this);
+    }
     ~RecordingObserver() override { XApplication::Instance().RemoveSceneObserver(this); }
     void OnSceneChanged(const XSceneChange& change, bool) override {
         events.push_back(change.IsTimeChange() ? "time-change" : "change");
@@ -30,8 +32,12 @@ public:
     }
     void OnSceneSelectionChanged(XScene&, bool) override { events.push_back("selection"); }
     void OnSceneTimeChanged(XScene&, bool) override { events.push_back("time"); }
+    const XScene* ObservedScene() const override { return m_bound; }
     std::vector<std::string> events;
     bool lastTimeChange = false;
+
+private:
+    const XScene* m_bound;
 };
 
 XObject transform(XScene& scene, const wchar_t* name, const XObject& parent = XObject()) {
@@ -311,4 +317,24 @@ TEST(CoreDemo, DemoSceneHasEveryKindOfObject) {
     XObject hips = scene.Database().Object(L"Hero/Hips");
     EXPECT_TRUE(hips.Attribute(L"translateY").IsAnimated());
     EXPECT_EQ(XIKHandle(scene.Database().Object(L"Hero/LeftArmIK")).Solver().Name(), L"ArmSolver");
+}
+
+TEST(CoreNotification, AScenesChangesReachOnlyItsOwnObserversAndTheUnboundOnes) {
+    XScene first;
+    XScene second;
+    RecordingObserver ofFirst(&first);
+    RecordingObserver ofSecond(&second);
+    RecordingObserver ofEvery;
+    XObject a = transform(second, L"A");
+    XSceneObject(a).Select();
+    EXPECT_TRUE(ofFirst.events.empty());
+    EXPECT_EQ(ofSecond.events, (std::vector<std::string>{"change", "selection"}));
+    EXPECT_EQ(ofEvery.events, ofSecond.events);
+
+    ofSecond.events.clear();
+    ofEvery.events.clear();
+    first.Database().CreateObject(XTransform::TypeID, L"B");
+    EXPECT_EQ(ofFirst.events, (std::vector<std::string>{"change"}));
+    EXPECT_TRUE(ofSecond.events.empty());
+    EXPECT_EQ(ofEvery.events, (std::vector<std::string>{"change"}));
 }

@@ -474,8 +474,7 @@ TEST(LuaSceneScript, SuccessIsOneUndoStepAndFailureRevertsEverything) {
 
 namespace {
 std::vector<std::string> luaExamples() {
-    std::string path = __FILE__;
-    path = path.substr(0, path.rfind("/tests/")) + "/docs/scripting.md";
+    const std::string path = VELX_SOURCE_DIR "/docs/scripting.md";
     std::ifstream in(path);
     if (!in) throw std::runtime_error("cannot read " + path);
     std::vector<std::string> blocks;

@@ -364,8 +364,7 @@ TEST(PythonSceneScript, FailureLeavesTheSceneExactlyAsItWas) {
 }
 
 TEST(PythonDocs, EveryPythonExampleRunsInAFreshScene) {
-    std::string file = __FILE__;
-    file = file.substr(0, file.rfind("tests/velxcore/")) + "docs/scripting.md";
+    const std::string file = VELX_SOURCE_DIR "/docs/scripting.md";
     std::ifstream in(file);
     ASSERT_TRUE(in) << "cannot read " << file;
     std::vector<std::string> blocks;

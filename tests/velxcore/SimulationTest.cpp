@@ -36,9 +36,16 @@ std::wstring tempScenePath(const char* name) {
     return (dir / name).wstring();
 }
 
+// Scene scripts run through the application: it is the host that keeps trust and interpreters.
+class Simulation : public testing::Test {
+protected:
+    void SetUp() override { ASSERT_NE(XSimulation::Host(), nullptr) << "the application installs itself as host"; }
+    XApplication& application = XApplication::Instance();
+};
+
 }  // namespace
 
-TEST(Simulation, PlayRunsStartThenUpdatePerFrameAndStopRunsEnd) {
+TEST_F(Simulation, PlayRunsStartThenUpdatePerFrameAndStopRunsEnd) {
     for (int language : {1, 0}) {  // Lua, then Python
         XScene scene;
         const bool lua = language == 1;
@@ -65,7 +72,7 @@ TEST(Simulation, PlayRunsStartThenUpdatePerFrameAndStopRunsEnd) {
     }
 }
 
-TEST(Simulation, AFailingUpdateLeavesTheSceneAsItWas) {
+TEST_F(Simulation, AFailingUpdateLeavesTheSceneAsItWas) {
     XScene scene;
     setScripts(scene, 1, L"velx.create('Transform', 'ball')",
                L"velx.set('ball', 'translateY', 5)\nvelx.create('Transform', 'junk')\nerror('broken rig')", L"");
@@ -81,7 +88,7 @@ TEST(Simulation, AFailingUpdateLeavesTheSceneAsItWas) {
     EXPECT_EQ(XSceneFile::toJson(scene.Database().db()), before);
 }
 
-TEST(Simulation, ScriptsFromAFileRunOnlyOnceTrustedAndAChangedScriptAsksAgain) {
+TEST_F(Simulation, ScriptsFromAFileRunOnlyOnceTrustedAndAChangedScriptAsksAgain) {
     XSettings& settings = XApplication::Instance().Settings();
     const std::wstring path = tempScenePath("trust.velx");
     {
@@ -123,11 +130,22 @@ TEST(Simulation, ScriptsFromAFileRunOnlyOnceTrustedAndAChangedScriptAsksAgain) {
     settings.Untrust(path);
 }
 
-TEST(Simulation, UserMadeScenesAreTrusted) {
+TEST_F(Simulation, UserMadeScenesAreTrusted) {
     XScene scene;
     EXPECT_TRUE(scene.Simulation().IsTrusted());
     scene.New();
     EXPECT_TRUE(scene.Simulation().IsTrusted());
     setScripts(scene, 5, L"anything", L"", L"");  // not a language: refused, nothing runs
     EXPECT_EQ(scene.SceneSettings().ScriptingLanguage().Enumeration(), 1);
+}
+
+TEST_F(Simulation, WithoutAHostNothingRunsAndTheLogSaysWhy) {
+    XScene scene;
+    setScripts(scene, 1, L"velx.set('SceneSettings', 'notes', 'ran')", L"", L"");
+    XSimulation::SetHost(nullptr);
+    const bool played = scene.Simulation().Play();
+    XSimulation::SetHost(&application.SimulationHost());
+    EXPECT_FALSE(played);
+    EXPECT_EQ(scene.SceneSettings().Attribute(L"notes").String(), L"");
+    EXPECT_EQ(logCount(L"The simulation start script did not run: this program has no scripting."), 1u);
 }

@@ -117,27 +117,22 @@ void XAttributeControl::loadAttributeCache() {
         // A custom attribute has a definition of its own, so a shared definition identifies the
         // type's own attribute at that index.
         std::vector<XAttributeSource*> byIndex;
-        std::vector<const db::AttributeDef*> definitions;
+        std::vector<VelX::XAttribute> definitions;  // the first attribute seen at each index
         // The type's own attributes are the leading ones; custom attributes follow them. An object
         // with no custom attributes has exactly the first object's layout, so its attributes are
-        // made from the first object's keys without asking the database (thousands of objects).
+        // made from the first object's without asking for them by name (thousands of objects).
         int typeCount = -1;
-        std::vector<db::AttrKey> keys;
+        std::vector<VelX::XAttribute> leading;
         for (const VelX::XObject& object : record.objects) {
             if (typeCount >= 0 && object.AttributeCount() == typeCount) {
-                for (int i = 0; i < typeCount; ++i) {
-                    db::AttrKey key = keys[i];
-                    key.node = object.HandleID();
-                    byIndex[i]->addAttribute(VelX::XAttribute(object.DatabasePointer(), key));
-                }
+                for (int i = 0; i < typeCount; ++i) byIndex[i]->addAttribute(leading[i].SameAttributeOf(object));
                 continue;
             }
             attributes.clear();
             object.Attributes(attributes);
             for (size_t i = 0; i < attributes.size(); ++i) {
                 const VelX::XAttribute& attribute = attributes[i];
-                const db::AttributeDef* definition = attribute.def();
-                if (i < byIndex.size() && byIndex[i] && definitions[i] == definition) {
+                if (i < byIndex.size() && byIndex[i] && definitions[i].HasSameDefinition(attribute)) {
                     byIndex[i]->addAttribute(attribute);
                     continue;
                 }
@@ -155,17 +150,17 @@ void XAttributeControl::loadAttributeCache() {
                 if (!attribute.IsCustom()) {
                     if (byIndex.size() <= i) {
                         byIndex.resize(i + 1, nullptr);
-                        definitions.resize(i + 1, nullptr);
+                        definitions.resize(i + 1);
                     }
                     byIndex[i] = source;
-                    definitions[i] = definition;
+                    definitions[i] = attribute;
                 }
             }
             if (typeCount < 0) {
                 typeCount = 0;
                 while (typeCount < static_cast<int>(attributes.size()) && !attributes[typeCount].IsCustom() &&
                        byIndex[typeCount]) {
-                    keys.push_back(attributes[typeCount].key());
+                    leading.push_back(attributes[typeCount]);
                     ++typeCount;
                 }
             }

@@ -6,7 +6,6 @@
 #include <velxcore/XObjectTypes.h>
 #include <velxcore/XScene.h>
 
-#include <lua.hpp>
 
 #include <algorithm>
 
@@ -82,14 +81,7 @@ void XAttributeObjectCache::add(const VelX::XObject& object) {
 }
 
 bool XAttributeObjectCache::hasScriptFunction(const char* function) {
-    lua_State* state = VelX::XApplication::Instance().LuaScript().State();
-    if (!state) return false;
-    const int top = lua_gettop(state);
-    bool found = false;
-    if (lua_getglobal(state, XAttributeEditor::AttributeEditorTable) == LUA_TTABLE)
-        found = lua_getfield(state, -1, function) == LUA_TFUNCTION;
-    lua_settop(state, top);
-    return found;
+    return VelX::XApplication::Instance().LuaScript().HasFunction(XAttributeEditor::AttributeEditorTable, function);
 }
 
 void XAttributeObjectCache::addRelatedObjects(const VelX::XObject& object) {

@@ -54,6 +54,8 @@ public:
     virtual bool Create(wxWindow* parent, Orka::LayoutManager* layoutManager);
 
     VelX::XScene& Scene() const;
+    // An editor hears only its own scene's notifications.
+    const VelX::XScene* ObservedScene() const override { return &m_scene.get(); }
 
     // Whether the panel is on screen: the nearest ancestor window (the panel included) that the
     // layout manager knows by name decides, so a panel inside a hidden docked pane is not visible.

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string>
+
+namespace VelX {
+
+// Writes a whole file so that a crash or a full disk at any moment leaves either the complete old
+// file or the complete new one: the text goes to a temporary file beside the target, is flushed
+// to disk, renamed over the target, and the folder is flushed so that the rename survives too.
+// Scenes, autosaved copies and the settings all go through here.
+class XAtomicFile {
+public:
+    // Missing folders on the way are made. A file being replaced keeps its permissions; a new one
+    // gets the usual ones (0666 less the umask). On failure the target is untouched, no temporary
+    // file is left behind and the message says which step failed on which path and why
+    // ("cannot flush '/x/scene.json.tmp-42': No space left on device").
+    static bool Write(const std::string& path, const std::string& text, std::string& error);
+};
+
+}  // namespace VelX

@@ -1,0 +1,10 @@
+#include <velxcore/XScriptLimits.h>
+
+namespace VelX {
+
+XScriptLimits& XScriptLimits::Shared() {
+    static XScriptLimits limits;
+    return limits;
+}
+
+}  // namespace VelX
