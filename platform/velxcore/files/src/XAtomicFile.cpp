@@ -35,10 +35,10 @@ std::string folderOf(const std::string& path) {
 
 }  // namespace
 
-bool XAtomicFile::Write(const std::string& path, const std::string& text, std::string& error) {
+bool XAtomicFile::Write(const std::string& path, const std::string& text, std::string& error, Folders folders) {
     const std::string folder = folderOf(path);
     std::error_code ec;
-    std::filesystem::create_directories(folder, ec);
+    if (folders == Folders::Make) std::filesystem::create_directories(folder, ec);
     if (ec) {
         error = "cannot create the folder '" + folder + "': " + ec.message();
         return false;

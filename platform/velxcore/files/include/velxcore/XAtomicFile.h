@@ -10,11 +10,14 @@ namespace VelX {
 // Scenes, autosaved copies and the settings all go through here.
 class XAtomicFile {
 public:
-    // Missing folders on the way are made. A file being replaced keeps its permissions; a new one
+    // Missing folders on the way are made only when asked (the settings' own folder; a scene's
+    // folder is the user's choice and must exist). A file being replaced keeps its permissions; a new one
     // gets the usual ones (0666 less the umask). On failure the target is untouched, no temporary
     // file is left behind and the message says which step failed on which path and why
     // ("cannot flush '/x/scene.json.tmp-42': No space left on device").
-    static bool Write(const std::string& path, const std::string& text, std::string& error);
+    enum class Folders { MustExist, Make };
+    static bool Write(const std::string& path, const std::string& text, std::string& error,
+                      Folders folders = Folders::MustExist);
 };
 
 }  // namespace VelX

@@ -1,0 +1,75 @@
+#include "XSceneBuilder.h"
+
+#include <veldatabase/Database.h>
+
+#include <algorithm>
+
+namespace VelX {
+
+using Codec = XJsonValueCodec;
+
+namespace {
+
+// ---------------------------------------------------------------- building
+
+db::AttrKey keyOf(const FileEndpoint& end, const std::vector<int>& ids) {
+    db::AttrKey key = end.key;
+    key.node = end.object >= 0 ? ids[static_cast<std::size_t>(end.object)] : db::Database::RootId;
+    return key;
+}
+
+void buildObjects(db::Database& target, const FileScene& scene, std::vector<int>& ids,
+                  const XSceneFile::Progress& progress) {
+    std::size_t built = 0;
+    for (int i : scene.order) {
+        if (progress && (built++ & 4095) == 0) progress("Building", built - 1, scene.order.size());
+        const FileObject& o = scene.objects[static_cast<std::size_t>(i)];
+        int parent = o.parent >= 0 ? ids[static_cast<std::size_t>(o.parent)] : db::Database::RootId;
+        int id = target.create(*o.def, o.name, parent);
+        if (id < 0) Codec::fail(objectPlace(i), "the object could not be created");
+        ids[static_cast<std::size_t>(i)] = id;
+        for (std::size_t c = 0; c < o.custom.size(); ++c)
+            if (target.addCustomAttribute(id, o.custom[c]) != o.def->slotCount() + static_cast<int>(c))
+                Codec::fail(Codec::at(objectPlace(i) + ".custom", c), "the attribute could not be added");
+        for (const SlotValue& v : o.values)
+            if (!target.setValue(db::AttrKey{id, v.slot}, v.value)) Codec::fail(valuePlace(o, i, v.slot), "the value was refused");
+        for (const SlotValue& r : o.referenceArrays)
+            if (!target.resizeArray(db::AttrKey{id, r.slot}, r.value.asInt()))
+                Codec::fail(valuePlace(o, i, r.slot), "the array was refused");
+    }
+    // Every scene has one object of each settings type: older files may lack some.
+    for (const db::NodeDef* def : target.types()) {
+        if (!def->hasFlag(db::SettingsType) || def->hasFlag(db::Abstract)) continue;
+        bool present = std::any_of(scene.objects.begin(), scene.objects.end(),
+                                   [&](const FileObject& o) { return o.def == def; });
+        if (!present && target.create(*def, def->typeName(), db::Database::RootId) < 0)
+            Codec::fail("", "the " + def->typeName() + " object could not be created");
+    }
+}
+
+}  // namespace
+
+void XSceneBuilder::build(db::Database& target, const FileScene& scene, const XSceneFile::Progress& progress) {
+    std::vector<int> ids(scene.objects.size(), -1);
+    target.beginChangeBlock();
+    try {
+        buildObjects(target, scene, ids, progress);
+        for (std::size_t i = 0; i < scene.connections.size(); ++i) {
+            const FileConnection& c = scene.connections[i];
+            std::string reason;
+            if (!target.connect(keyOf(c.from, ids), keyOf(c.to, ids), &reason))
+                Codec::fail(Codec::at("connections", i), "cannot connect " + c.fromText + " to " + c.toText + ": " + reason);
+        }
+        std::vector<int> selection;
+        for (int i : scene.selection) selection.push_back(ids[static_cast<std::size_t>(i)]);
+        target.setSelection(selection);
+    } catch (...) {
+        target.endChangeBlock();
+        throw;
+    }
+    target.endChangeBlock("Open Scene");
+    target.clearUndo();
+    if (progress) progress("Building", scene.order.size(), scene.order.size());
+}
+
+}  // namespace VelX
