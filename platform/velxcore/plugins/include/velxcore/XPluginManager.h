@@ -67,6 +67,7 @@ public:
     void RemoveObserver(XPluginManagerObserver& observer);
 
 private:
+    friend class XPluginHostApi;  // the C host functions check against the registered types
     struct Plugin;
     struct Session;
     struct TypeRecord;
@@ -80,12 +81,6 @@ private:
     bool commit(Plugin& plugin, Session& session, std::string& reason);
     void retireTypes(Plugin& plugin);
     std::string settingsPath(const std::string& filename) const;
-
-    // Host functions handed to plug-ins.
-    static void hostLog(const char* message);
-    static int hostRegisterFunction(void* context, const char* name, VelXScriptFunction callback);
-    static int hostRegisterType(void* context, const char* typeName, const char* baseTypeName,
-                                const VelXAttributeSpec* attributes, int count);
 
     XSettings& m_settings;
     mutable std::recursive_mutex m_mutex;
