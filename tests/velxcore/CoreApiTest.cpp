@@ -338,3 +338,27 @@ TEST(CoreNotification, AScenesChangesReachOnlyItsOwnObserversAndTheUnboundOnes) 
     EXPECT_TRUE(ofSecond.events.empty());
     EXPECT_EQ(ofEvery.events, (std::vector<std::string>{"change"}));
 }
+
+TEST(CoreHandles, SettersRememberARefusalAndSayWhy) {
+    XScene scene;
+    XObject a = transform(scene, L"A");
+    XObject b = transform(scene, L"B");
+    XAttribute tx = a.Attribute(L"translateX");
+    EXPECT_FALSE(tx.SetFloat(2.0f).WasRefused());
+    EXPECT_EQ(tx.RefusalReason(), L"");
+
+    ASSERT_TRUE(tx.ConnectInputTo(b.Attribute(L"translateY")));
+    EXPECT_TRUE(tx.SetFloat(3.0f).WasRefused());
+    EXPECT_EQ(tx.RefusalReason(), L"it is driven by B.translateY");
+
+    XAttribute world = a.Attribute(19);
+    EXPECT_TRUE(world.SetFloat(1.0f).WasRefused());
+    EXPECT_EQ(world.RefusalReason(), L"it is computed by the scene");
+    EXPECT_TRUE(a.Attribute(L"rotateOrder").SetEnumeration(L"sideways").WasRefused());
+    EXPECT_TRUE(a.Attribute(L"translateY").SetEnumeration(1).WasRefused()) << "not a choice attribute";
+
+    XAttribute ty = a.Attribute(L"translateY");
+    a.Delete();
+    EXPECT_TRUE(ty.SetFloat(1.0f).WasRefused());
+    EXPECT_EQ(ty.RefusalReason(), L"the attribute no longer exists");
+}

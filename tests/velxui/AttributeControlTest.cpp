@@ -223,6 +223,40 @@ TEST_F(AttributeControlTest, ValueChangesUpdateRowsInThePassAndRenamesRebuild) {
     EXPECT_EQ(control().Titles()[0]->NameLabel(), L"Back");
 }
 
+TEST_F(AttributeControlTest, ARowOverAThousandObjectsShowsEveryObjectsChange) {
+    std::vector<std::wstring> paths;
+    scene().Database().BeginChangeBlock();
+    for (int i = 0; i < 1000; ++i)
+        paths.push_back(scene().Database().CreateObject(L"Transform", L"Crowd" + std::to_wstring(i)).Path());
+    scene().Database().EndChangeBlock();
+    select(paths);
+    const int r = row(0, L"translateX");
+    EXPECT_EQ(control().ListControls()[0]->GetAttributeGroup(r)->getValueText(), "0");
+    // Objects 2 to 300: neither the first nor the last object of the row.
+    scene().Database().BeginChangeBlock();
+    for (int i = 1; i < 300; ++i) attribute((paths[static_cast<size_t>(i)] + L".translateX").c_str()).SetFloat(3.0f);
+    scene().Database().EndChangeBlock();
+    pass();
+    EXPECT_NE(control().ListControls()[0]->GetAttributeGroup(r)->getValueText(), "0") << "the row reads mixed now";
+    // A row of an attribute that changed on no shown object stays as it is.
+    const int s = row(0, L"translateY");
+    EXPECT_FALSE(static_cast<VelXUI::XAttributeSource*>(control().ListControls()[0]->GetAttributeGroup(s)->getAttribute())->isDirty());
+}
+
+TEST_F(AttributeControlTest, AValueADrivenAttributeRefusesIsNamedInTheLog) {
+    ASSERT_TRUE(attribute(L"Hero/Hips/Spine.scaleX").ConnectInputTo(attribute(L"HandTarget.scaleY")));
+    select({L"Hero/Hips/Spine"});
+    auto* source = control().findAttributeGroupInCache(L"Joint", L"scaleX");
+    ASSERT_NE(source, nullptr);
+    const size_t before = VelX::XApplication::Instance().LogLines().size();
+    source->setFloatValue(2.0f);
+    const auto& log = VelX::XApplication::Instance().LogLines();
+    ASSERT_EQ(log.size(), before + 1);
+    EXPECT_NE(log.back().find(L"Hero/Hips/Spine refused it: it is driven by HandTarget.scaleY"), std::wstring::npos)
+        << std::string(log.back().begin(), log.back().end());
+    EXPECT_FLOAT_EQ(attribute(L"Hero/Hips/Spine.scaleX").Float(), attribute(L"HandTarget.scaleY").Float());
+}
+
 TEST_F(AttributeControlTest, ToolAndCommandModesAndASelectionTakingTheEditorBack) {
     control().EditorSettings().DisplayMode().SetEnumeration(1);
     scene().SetActiveToolIndex(3);

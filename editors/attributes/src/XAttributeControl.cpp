@@ -13,9 +13,6 @@
 #include <velxcore/XScene.h>
 #include <velxcore/XSceneChange.h>
 
-#include <veldatabase/AttributeDef.h>
-#include <veldatabase/DatabaseChange.h>
-
 #include <wx/scrolwin.h>
 #include <wx/stattext.h>
 
@@ -108,72 +105,12 @@ void XAttributeControl::loadAttributeCache() {
     m_titles.clear();
     m_scroll = nullptr;
     m_message = nullptr;
-    m_attributeCache.clear();
-    Velutils::Vector<VelX::XAttribute> attributes;
-    for (const XObjectCacheRecord& record : m_objects.records()) {
-        auto& sources = m_attributeCache[record.objectType];
-        // Objects of one type share their attribute definitions; by index is the fast path, the
-        // name look-up handles custom attributes.
-        // A custom attribute has a definition of its own, so a shared definition identifies the
-        // type's own attribute at that index.
-        std::vector<XAttributeSource*> byIndex;
-        std::vector<VelX::XAttribute> definitions;  // the first attribute seen at each index
-        // The type's own attributes are the leading ones; custom attributes follow them. An object
-        // with no custom attributes has exactly the first object's layout, so its attributes are
-        // made from the first object's without asking for them by name (thousands of objects).
-        int typeCount = -1;
-        std::vector<VelX::XAttribute> leading;
-        for (const VelX::XObject& object : record.objects) {
-            if (typeCount >= 0 && object.AttributeCount() == typeCount) {
-                for (int i = 0; i < typeCount; ++i) byIndex[i]->addAttribute(leading[i].SameAttributeOf(object));
-                continue;
-            }
-            attributes.clear();
-            object.Attributes(attributes);
-            for (size_t i = 0; i < attributes.size(); ++i) {
-                const VelX::XAttribute& attribute = attributes[i];
-                if (i < byIndex.size() && byIndex[i] && definitions[i].HasSameDefinition(attribute)) {
-                    byIndex[i]->addAttribute(attribute);
-                    continue;
-                }
-                const std::wstring name = attribute.Name();
-                auto found = sources.find(name);
-                XAttributeSource* source = nullptr;
-                if (found == sources.end()) {
-                    auto created = std::make_unique<XAttributeSource>(this, attribute, false);
-                    source = created.get();
-                    sources.emplace(name, std::move(created));
-                } else {
-                    source = found->second.get();
-                    source->addAttribute(attribute);
-                }
-                if (!attribute.IsCustom()) {
-                    if (byIndex.size() <= i) {
-                        byIndex.resize(i + 1, nullptr);
-                        definitions.resize(i + 1);
-                    }
-                    byIndex[i] = source;
-                    definitions[i] = attribute;
-                }
-            }
-            if (typeCount < 0) {
-                typeCount = 0;
-                while (typeCount < static_cast<int>(attributes.size()) && !attributes[typeCount].IsCustom() &&
-                       byIndex[typeCount]) {
-                    leading.push_back(attributes[typeCount]);
-                    ++typeCount;
-                }
-            }
-        }
-    }
+    m_attributeCache.load(m_objects.records(), this);
 }
 
 XAttributeSource* XAttributeControl::findAttributeGroupInCache(const std::wstring& objectType,
                                                                const std::wstring& name) const {
-    const auto type = m_attributeCache.find(objectType);
-    if (type == m_attributeCache.end()) return nullptr;
-    const auto source = type->second.find(name);
-    return source == type->second.end() ? nullptr : source->second.get();
+    return m_attributeCache.find(objectType, name);
 }
 
 // --- building the lists ---------------------------------------------------------------------
@@ -428,44 +365,19 @@ void XAttributeControl::OnSettingsChanged(const VelX::XSettingsChange&, bool) {
 }
 
 void XAttributeControl::markDirtySources(const VelX::XDatabaseChange& change) {
-    // A row is dirty when its first attribute changed, and also when its last did (the value the
-    // row shows). When the change touched only a few objects, every attribute of those objects is
-    // asked as well, so an edit of one object among many made elsewhere shows too. Asking every
-    // attribute of every row after a write to thousands of objects would cost more than the write.
-    constexpr size_t FewObjects = 256;
-    const bool few = change.raw().changedNodes().size() <= FewObjects;
+    // A row is dirty exactly when one of its attributes changed. A row of a type's own attribute
+    // holds that attribute of each object: when it changed on no object of the type, one look-up
+    // clears the whole row; otherwise its objects are asked until one changed. Custom attributes
+    // of one name may sit in different places on different objects and are always asked one by one.
     for (XAttributeListControl* list : m_lists) {
-        const XObjectCacheRecord* record = nullptr;
-        std::vector<size_t> changed;
-        if (few) {
-            for (const XObjectCacheRecord& candidate : m_objects.records())
-                if (candidate.objectType == list->ObjectType()) record = &candidate;
-            if (record)
-                for (size_t i = 0; i < record->objects.size(); ++i)
-                    if (change.IsObjectChanged(record->objects[i])) changed.push_back(i);
-        }
         for (int row = 0; row < list->getItemCount(); ++row) {
             auto* source = static_cast<XAttributeSource*>(list->GetAttributeGroup(row)->getAttribute());
             const std::vector<VelX::XAttribute>& attributes = source->attributes();
-            bool dirty = !attributes.empty() &&
-                         (change.IsAttributeChanged(attributes.front()) || change.IsAttributeChanged(attributes.back()));
-            if (!dirty && few && record) {
-                // Sources gather one attribute per object in cache order; custom ones may skip objects.
-                const bool aligned = attributes.size() == record->objects.size();
-                if (aligned) {
-                    for (size_t i : changed)
-                        if (change.IsAttributeChanged(attributes[i])) {
-                            dirty = true;
-                            break;
-                        }
-                } else if (!changed.empty()) {
-                    for (const VelX::XAttribute& attribute : attributes)
-                        if (change.IsAttributeChanged(attribute)) {
-                            dirty = true;
-                            break;
-                        }
-                }
-            }
+            bool dirty = false;
+            const bool ruledOut = !attributes.empty() && !attributes.front().IsCustom() &&
+                                  !change.IsAttributeChangedOnItsType(attributes.front());
+            for (size_t i = 0; i < attributes.size() && !ruledOut && !dirty; ++i)
+                dirty = change.IsAttributeChanged(attributes[i]);
             source->setDirty(dirty);
         }
     }
@@ -511,159 +423,42 @@ void XAttributeControl::onColourSchemeChanged(const wxUtils::ColourScheme& schem
     VelPanel::onColourSchemeChanged(scheme);
 }
 
-// --- values and selection across lists --------------------------------------------------------
+// --- values and selection across lists: see XAttributeListSelection --------------------------
 
-template <typename Apply>
-void XAttributeControl::setOnSelectedRows(Apply apply) {
-    for (XAttributeListControl* list : m_lists) {
-        for (int row : list->getSelectedItems()) {
-            wxUtils::VelAttributeGroup* group = list->GetAttributeGroup(row);
-            if (!group || list->isItemReadOnly(row)) continue;
-            if (apply(*group)) group->rebuild();
-        }
-        list->Refresh(false);
-    }
+void XAttributeControl::SetAttributes(int value) { m_selection.setValue(value); }
+void XAttributeControl::SetAttributes(float value) { m_selection.setValue(value); }
+void XAttributeControl::SetAttributes(bool value) { m_selection.setValue(value); }
+void XAttributeControl::SetAttributes(const std::wstring& value) { m_selection.setValue(value); }
+void XAttributeControl::ClearSelection() { m_selection.clear(); }
+void XAttributeControl::SelectAll() { m_selection.selectAll(); }
+void XAttributeControl::ClearHighlightedItems(int column) { m_selection.clearHighlighted(column); }
+void XAttributeControl::SelectExclusively(XAttributeListControl* list, int item) { m_selection.selectExclusively(list, item); }
+void XAttributeControl::SelectHome(XAttributeListControl* list, int item, bool extend, bool toggle) {
+    m_selection.selectHome(list, item, extend, toggle);
 }
-
-void XAttributeControl::SetAttributes(int value) {
-    setOnSelectedRows([value](wxUtils::VelAttributeGroup& group) {
-        if (group.getType() == wxUtils::VelAttribute::Integer) return group.setIntegerValue(value);
-        if (group.getType() == wxUtils::VelAttribute::Float) return group.setFloatValue(static_cast<float>(value));
-        return false;
-    });
+void XAttributeControl::SelectEnd(XAttributeListControl* list, int item, bool extend, bool toggle) {
+    m_selection.selectEnd(list, item, extend, toggle);
 }
-
-void XAttributeControl::SetAttributes(float value) {
-    setOnSelectedRows([value](wxUtils::VelAttributeGroup& group) {
-        if (group.getType() == wxUtils::VelAttribute::Integer) return group.setIntegerValue(static_cast<int>(value));
-        if (group.getType() == wxUtils::VelAttribute::Float) return group.setFloatValue(value);
-        return false;
-    });
-}
-
-void XAttributeControl::SetAttributes(bool value) {
-    setOnSelectedRows([value](wxUtils::VelAttributeGroup& group) {
-        return group.getType() == wxUtils::VelAttribute::Boolean && group.setBooleanValue(value);
-    });
-}
-
-void XAttributeControl::SetAttributes(const std::wstring& value) {
-    const wxString text(value);
-    setOnSelectedRows([&text](wxUtils::VelAttributeGroup& group) {
-        if (group.getType() == wxUtils::VelAttribute::Enumeration) return group.setEnumerationValue(text);
-        if (group.getType() == wxUtils::VelAttribute::String) return group.setStringValue(text);
-        return false;
-    });
-}
-
-int XAttributeControl::listIndex(const XAttributeListControl* list) const {
-    const auto found = std::find(m_lists.begin(), m_lists.end(), list);
-    return found == m_lists.end() ? -1 : static_cast<int>(found - m_lists.begin());
-}
-
-void XAttributeControl::ClearSelection() {
-    for (XAttributeListControl* list : m_lists) list->clearSelection();
-}
-
-void XAttributeControl::SelectAll() {
-    for (XAttributeListControl* list : m_lists) list->selectAll();
-}
-
-void XAttributeControl::ClearHighlightedItems(int column) {
-    for (XAttributeListControl* list : m_lists) list->clearHighlightedItems(column);
-}
-
-void XAttributeControl::SelectExclusively(XAttributeListControl* list, int item) {
-    ClearSelection();
-    if (list) list->selectExclusively(item);
-}
-
-void XAttributeControl::moveToList(size_t index, XAttributeListControl* from, bool toEnd) {
-    if (index >= m_lists.size()) return;
-    XAttributeListControl* target = m_lists[index];
-    ClearSelection();
-    target->SetFocus();
-    if (from) target->setSelectionColumn(from->getSelectionColumn());
-    if (toEnd) target->selectEnd();
-    else target->selectHome();
-    if (m_scroll) {
-        // Bring the new row into view.
-        const wxRect row = target->getItemRect(target->getFocusItem());
-        const wxPoint at = m_scroll->CalcUnscrolledPosition(target->GetPosition() + row.GetTopLeft());
-        int unitX = 0, unitY = 0;
-        m_scroll->GetScrollPixelsPerUnit(&unitX, &unitY);
-        const int viewTop = m_scroll->GetViewStart().y * std::max(unitY, 1);
-        const int viewHeight = m_scroll->GetClientSize().y;
-        if (unitY > 0 && (at.y < viewTop || at.y + row.height > viewTop + viewHeight))
-            m_scroll->Scroll(-1, std::max(0, at.y - viewHeight / 2) / unitY);
-    }
-}
-
-void XAttributeControl::SelectHome(XAttributeListControl* list, int, bool, bool) {
-    if (!m_lists.empty()) moveToList(0, list, false);
-}
-
-void XAttributeControl::SelectEnd(XAttributeListControl* list, int, bool, bool) {
-    if (!m_lists.empty()) moveToList(m_lists.size() - 1, list, true);
-}
-
 void XAttributeControl::SelectNextRow(XAttributeListControl* list, int item, bool extend, bool toggle) {
-    const int index = listIndex(list);
-    if (index < 0) return;
-    if (item < list->getItemCount() - 1) list->selectNextRow(item, extend, toggle);
-    else moveToList(static_cast<size_t>(index) + 1, list, false);
+    m_selection.selectNextRow(list, item, extend, toggle);
 }
-
 void XAttributeControl::SelectPreviousRow(XAttributeListControl* list, int item, bool extend, bool toggle) {
-    const int index = listIndex(list);
-    if (index < 0) return;
-    if (item >= 1) list->selectPreviousRow(item, extend, toggle);
-    else if (index > 0) moveToList(static_cast<size_t>(index) - 1, list, true);
+    m_selection.selectPreviousRow(list, item, extend, toggle);
 }
-
-void XAttributeControl::SelectPageDown(XAttributeListControl* list, int item, bool extend, bool) {
-    const int index = listIndex(list);
-    if (index < 0) return;
-    if (item >= list->getItemCount() - 1) moveToList(static_cast<size_t>(index) + 1, list, false);
-    else list->selectEnd(extend);
+void XAttributeControl::SelectPageDown(XAttributeListControl* list, int item, bool extend, bool toggle) {
+    m_selection.selectPageDown(list, item, extend, toggle);
 }
-
-void XAttributeControl::SelectPageUp(XAttributeListControl* list, int item, bool extend, bool) {
-    const int index = listIndex(list);
-    if (index < 0) return;
-    if (item <= 0) {
-        if (index > 0) moveToList(static_cast<size_t>(index) - 1, list, true);
-    } else {
-        list->selectHome(extend);
-    }
+void XAttributeControl::SelectPageUp(XAttributeListControl* list, int item, bool extend, bool toggle) {
+    m_selection.selectPageUp(list, item, extend, toggle);
 }
-
 void XAttributeControl::HighlightItemsInScreenRect(int column, const wxRect& screenRect, bool add) {
-    for (XAttributeListControl* list : m_lists)
-        if (list->hasListWindow()) list->highlightItemsInScreenRect(column, screenRect, add);
+    m_selection.highlightInScreenRect(column, screenRect, add);
 }
-
 wxUtils::VelListItem XAttributeControl::ItemHitTest(const wxPoint& screenPoint, int* column) {
-    for (XAttributeListControl* list : m_lists) {
-        const int row = list->itemHitTest(screenPoint, column);
-        if (row >= 0) return wxUtils::VelListItem{list, row};
-    }
-    return {};
+    return m_selection.hitTest(screenPoint, column);
 }
-
 bool XAttributeControl::EditInNextList(XAttributeListControl* list, bool backwards) {
-    const int index = listIndex(list);
-    if (index < 0) return false;
-    const int step = backwards ? -1 : 1;
-    for (int i = index + step; i >= 0 && i < static_cast<int>(m_lists.size()); i += step) {
-        XAttributeListControl* target = m_lists[i];
-        const int row = backwards ? target->findTypableRow(target->getItemCount() - 1, -1) : target->findTypableRow(0, 1);
-        if (row < 0) continue;
-        SelectExclusively(target, row);
-        target->SetFocus();
-        return target->beginEdit(row);
-    }
-    return false;
+    return m_selection.editInNextList(list, backwards);
 }
 
 // --- the commands -------------------------------------------------------------------------

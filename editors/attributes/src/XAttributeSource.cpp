@@ -156,6 +156,23 @@ void XAttributeSource::getName(wxString& name) { name = wxString(m_label); }
 
 int XAttributeSource::getType() { return rowKind(m_valueKind); }
 
+template <typename Set> void XAttributeSource::writeEvery(Set set) {
+    size_t refused = 0;
+    VelX::XAttribute first;
+    for (VelX::XAttribute& attribute : m_attributes) {
+        set(attribute);
+        if (attribute.WasRefused() && refused++ == 0) first = attribute;
+    }
+    refresh();
+    m_fresh = true;
+    if (refused == 0) return;
+    std::wstring line = L"\"" + m_label + L"\": ";
+    if (m_attributes.size() > 1)
+        line += std::to_wstring(refused) + L" of " + std::to_wstring(m_attributes.size()) + L" objects kept their value; ";
+    line += first.Object().Path() + L" refused it: " + first.RefusalReason() + L".";
+    VelX::XApplication::Instance().LogInformation(line.c_str());
+}
+
 bool XAttributeSource::getIntegerValue(int& value) {
     refreshUnlessFresh();
     value = m_integer;
@@ -163,9 +180,7 @@ bool XAttributeSource::getIntegerValue(int& value) {
 }
 
 bool XAttributeSource::setIntegerValue(int value) {
-    for (VelX::XAttribute& attribute : m_attributes) attribute.SetInteger(value);
-    refresh();
-    m_fresh = true;
+    writeEvery([&](VelX::XAttribute& attribute) { attribute.SetInteger(value); });
     return true;
 }
 
@@ -177,9 +192,7 @@ bool XAttributeSource::getFloatValue(float& value, wxString& units) {
 }
 
 bool XAttributeSource::setFloatValue(float value) {
-    for (VelX::XAttribute& attribute : m_attributes) attribute.SetDisplayFloat(value);
-    refresh();
-    m_fresh = true;
+    writeEvery([&](VelX::XAttribute& attribute) { attribute.SetDisplayFloat(value); });
     return true;
 }
 
@@ -190,9 +203,7 @@ bool XAttributeSource::getBooleanValue(bool& value) {
 }
 
 bool XAttributeSource::setBooleanValue(bool value) {
-    for (VelX::XAttribute& attribute : m_attributes) attribute.SetBoolean(value);
-    refresh();
-    m_fresh = true;
+    writeEvery([&](VelX::XAttribute& attribute) { attribute.SetBoolean(value); });
     return true;
 }
 
@@ -204,9 +215,7 @@ bool XAttributeSource::getStringValue(wxString& value) {
 
 bool XAttributeSource::setStringValue(const wxString& value) {
     const std::wstring text = value.ToStdWstring();
-    for (VelX::XAttribute& attribute : m_attributes) attribute.SetString(text);
-    refresh();
-    m_fresh = true;
+    writeEvery([&](VelX::XAttribute& attribute) { attribute.SetString(text); });
     return true;
 }
 
@@ -229,17 +238,13 @@ bool XAttributeSource::getEnumerationValues(std::vector<wxString>& values) {
 }
 
 bool XAttributeSource::setEnumerationIndex(int index) {
-    for (VelX::XAttribute& attribute : m_attributes) attribute.SetEnumeration(index);
-    refresh();
-    m_fresh = true;
+    writeEvery([&](VelX::XAttribute& attribute) { attribute.SetEnumeration(index); });
     return true;
 }
 
 bool XAttributeSource::setEnumerationValue(const wxString& value) {
     const std::wstring text = value.ToStdWstring();
-    for (VelX::XAttribute& attribute : m_attributes) attribute.SetEnumeration(text);
-    refresh();
-    m_fresh = true;
+    writeEvery([&](VelX::XAttribute& attribute) { attribute.SetEnumeration(text); });
     return true;
 }
 

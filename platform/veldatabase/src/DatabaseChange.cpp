@@ -39,6 +39,15 @@ void DatabaseChange::recordAttribute(const AttrKey& key, int topLevelSlot, Value
     if (key.element >= 0) m_changedKeys.insert(key.arrayKey());
     if (topLevelSlot >= 0 && topLevelSlot != key.slot) m_changedKeys.insert(AttrKey{key.node, topLevelSlot});
     m_changedTypes |= 1u << static_cast<unsigned>(type);
+    recordSlot(def, key.slot);
+    if (topLevelSlot >= 0 && topLevelSlot != key.slot) recordSlot(def, topLevelSlot);
+}
+
+void DatabaseChange::recordSlot(const NodeDef& def, int slot) {
+    const TypeSlot entry{&def, slot};
+    if (entry == m_lastSlot) return;
+    m_changedSlots.insert(entry);
+    m_lastSlot = entry;
 }
 
 void DatabaseChange::recordCreated(int node, const NodeDef& def) {
@@ -80,6 +89,7 @@ void DatabaseChange::merge(const DatabaseChange& later) {
     m_changedNodes.insert(later.m_changedNodes.begin(), later.m_changedNodes.end());
     m_changedKeys.insert(later.m_changedKeys.begin(), later.m_changedKeys.end());
     m_changedDefs.insert(later.m_changedDefs.begin(), later.m_changedDefs.end());
+    m_changedSlots.insert(later.m_changedSlots.begin(), later.m_changedSlots.end());
     m_directKeys.insert(later.m_directKeys.begin(), later.m_directKeys.end());
     m_changedTypes |= later.m_changedTypes;
     for (int n : later.m_created) addUnique(m_created, m_createdSet, n);

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <velxui/XAttributeCache.h>
 #include <velxui/XAttributeEditorSettings.h>
 #include <velxui/XAttributeDisplayFilter.h>
+#include <velxui/XAttributeListSelection.h>
 #include <velxui/XAttributeObjectCache.h>
 #include <velxui/XEditor.h>
 #include <velxui/XObjectCacheRecord.h>
@@ -144,17 +146,11 @@ private:
     void markDirtySources(const VelX::XDatabaseChange& change);
     int displayMode() const;
     void runSourceAction(SourceAction action, bool selectedOnly);
-    template <typename Apply>
-    void setOnSelectedRows(Apply apply);
-    void moveToList(size_t index, XAttributeListControl* from, bool toEnd);
-    int listIndex(const XAttributeListControl* list) const;
     std::wstring expansionKey(const XAttributeListControl* list) const;
     void relayout();
 
     XAttributeObjectCache m_objects;
-    // The attribute cache: per type, the sources by attribute name (owned).
-    std::unordered_map<std::wstring, std::unordered_map<std::wstring, std::unique_ptr<XAttributeSource>>>
-        m_attributeCache;
+    XAttributeCache m_attributeCache;
     XAttributeDisplayFilter m_displayFilter;
 
     // What the last build made.
@@ -166,6 +162,7 @@ private:
     wxStaticText* m_message = nullptr;
     bool m_titleCreated = false;
     bool m_anythingShown = false;
+    XAttributeListSelection m_selection{m_lists, m_scroll};
 
     std::vector<int> m_commandIds;
     bool m_rebuildNeeded = false;

@@ -74,6 +74,9 @@ public:
 
 private:
     void refreshUnlessFresh();
+    // Writes every attribute with `set`, refreshes, and tells the user in the log which objects
+    // refused the value and why (a driven or computed attribute, a choice it does not have).
+    template <typename Set> void writeEvery(Set set);
     void readValue(const VelX::XAttribute& attribute);
     bool differs(const VelX::XAttribute& attribute) const;
     void foldFlags(const VelX::XAttribute& attribute);

@@ -4,6 +4,7 @@
 #include <veldatabase/ValueType.h>
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <unordered_set>
 #include <vector>
@@ -35,6 +36,10 @@ public:
     }
     bool isNameChanged(int node) const { return m_renamedSet.count(node) != 0; }
     bool isAttributeChanged(const AttrKey& key) const { return m_changedKeys.count(key) != 0; }
+    // Whether this slot (an attribute, a compound's field, a custom attribute's place) changed on
+    // any object of this type. A panel showing one attribute over many objects asks this first:
+    // when it says no, none of its objects changed there.
+    bool isSlotChanged(const NodeDef& def, int slot) const { return m_changedSlots.count(TypeSlot{&def, slot}) != 0; }
     bool isValueTypeChanged(ValueType type) const {
         return (m_changedTypes & (1u << static_cast<unsigned>(type))) != 0;
     }
@@ -69,12 +74,26 @@ public:
     void merge(const DatabaseChange& later);
 
 private:
+    struct TypeSlot {
+        const NodeDef* def;
+        int slot;
+        bool operator==(const TypeSlot& o) const { return def == o.def && slot == o.slot; }
+    };
+    struct TypeSlotHash {
+        std::size_t operator()(const TypeSlot& t) const noexcept {
+            return std::hash<const void*>()(t.def) ^ (static_cast<std::size_t>(t.slot) * 0x9E3779B97F4A7C15ull);
+        }
+    };
+    void recordSlot(const NodeDef& def, int slot);
+
     static void addUnique(std::vector<int>& list, std::unordered_set<int>& set, int node);
     void recordDef(const NodeDef& def);
 
     std::unordered_set<int> m_changedNodes;
     std::unordered_set<AttrKey, AttrKeyHash> m_changedKeys;
     std::unordered_set<const NodeDef*> m_changedDefs;
+    std::unordered_set<TypeSlot, TypeSlotHash> m_changedSlots;
+    TypeSlot m_lastSlot{nullptr, -1};  // skips the set insert for runs of one attribute
     const NodeDef* m_lastDef = nullptr;  // skips the set insert for runs of one type
     std::unordered_set<AttrKey, AttrKeyHash> m_directKeys;
     std::uint32_t m_changedTypes = 0;

@@ -1,6 +1,8 @@
+#include <velxcore/XDatabase.h>
 #include <velxcore/XDatabaseChange.h>
 #include <velxcore/XObjectDef.h>
 
+#include <veldatabase/Database.h>
 #include <veldatabase/DatabaseChange.h>
 #include <velutils/StringUtils.h>
 
@@ -33,6 +35,13 @@ bool XDatabaseChange::IsNameChanged(const Velutils::Vector<XObject>& objects) co
 
 bool XDatabaseChange::IsAttributeChanged(const XAttribute& attribute) const {
     return attribute.DatabasePointer() == m_database && m_change->isAttributeChanged(attribute.key());
+}
+
+bool XDatabaseChange::IsAttributeChangedOnItsType(const XAttribute& attribute) const {
+    if (attribute.DatabasePointer() != m_database || !m_database) return false;
+    const db::Node* node = m_database->db().node(attribute.key().node);
+    if (!node) return m_change->isAttributeChanged(attribute.key());
+    return m_change->isSlotChanged(node->def(), attribute.key().slot);
 }
 
 bool XDatabaseChange::IsAttributeTypeChanged(unsigned typeCode) const {

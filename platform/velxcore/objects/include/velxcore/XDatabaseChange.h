@@ -32,6 +32,10 @@ public:
     bool IsObjectChanged(const Velutils::Vector<XObject>& objects) const;
     bool IsNameChanged(const Velutils::Vector<XObject>& objects) const;
     bool IsAttributeChanged(const XAttribute& attribute) const;
+    // Whether the attribute changed on any object of its object's type: never no when it changed
+    // on this object, so a panel showing the attribute over many objects asks this first and asks
+    // each object only when the answer is yes.
+    bool IsAttributeChangedOnItsType(const XAttribute& attribute) const;
     bool IsAttributeTypeChanged(unsigned typeCode) const;
     bool IsTypeChanged(XObjectDef* definition) const;
     void CreatedObjects(Velutils::Vector<XObject>& out) const;
