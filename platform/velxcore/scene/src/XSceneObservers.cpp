@@ -1,7 +1,4 @@
-#include <velxcore/XSceneObserver.h>
 #include <velxcore/XSceneObservers.h>
-
-#include <algorithm>
 
 namespace VelX {
 
@@ -10,19 +7,7 @@ XSceneObservers& XSceneObservers::Shared() {
     return observers;
 }
 
-void XSceneObservers::Add(XSceneObserver* observer) {
-    if (observer && !Contains(observer)) m_observers.push_back(observer);
-}
-
-void XSceneObservers::Remove(XSceneObserver* observer) {
-    m_observers.erase(std::remove(m_observers.begin(), m_observers.end(), observer), m_observers.end());
-}
-
-bool XSceneObservers::Contains(const XSceneObserver* observer) const {
-    return std::find(m_observers.begin(), m_observers.end(), observer) != m_observers.end();
-}
-
-bool XSceneObservers::hears(const XSceneObserver* observer, const XScene& scene) const {
+bool XSceneObservers::hears(const XSceneObserver* observer, const XScene& scene) {
     const XScene* bound = observer->ObservedScene();
     return !bound || bound == &scene;
 }
