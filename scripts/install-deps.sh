@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the build and the tests need, when any is missing.
 set -euo pipefail
-packages=(cmake ninja-build ccache g++ pkg-config nlohmann-json3-dev liblua5.4-dev libpython3.11-dev
+packages=(cmake ninja-build ccache g++ pkg-config nlohmann-json3-dev liblua5.4-dev libpython3.11-dev python3
           libgtest-dev libbenchmark-dev libwxgtk3.2-dev libgtk-3-dev xvfb xauth x11-utils xdotool fonts-dejavu-core)
 missing=()
 for p in "${packages[@]}"; do
