@@ -3,6 +3,7 @@
 
 #include <veldatabase/Database.h>
 
+#include <algorithm>
 #include <map>
 #include <string_view>
 #include <unordered_map>
@@ -93,12 +94,19 @@ void linkObjects(FileScene& scene) {
     while (!stack.empty()) {
         int i = stack.back();
         stack.pop_back();
+        scene.order.push_back(i);
+        stack.insert(stack.end(), objects[i].children.rbegin(), objects[i].children.rend());
+    }
+}
+
+// Object paths, which connections and the selection name objects by. Unique sibling names make
+// unique paths unless a name holds '/': then two paths could be equal, and that is refused.
+void findPaths(FileScene& scene) {
+    std::vector<FileObject>& objects = scene.objects;
+    for (int i : scene.order) {
         FileObject& o = objects[i];
         o.path = o.parent >= 0 ? objects[o.parent].path + "/" + o.name : o.name;
-        scene.order.push_back(i);
-        stack.insert(stack.end(), o.children.rbegin(), o.children.rend());
     }
-    // Names holding '/' could make two paths equal; connections and the selection need them unique.
     std::unordered_map<std::string, int>& paths = scene.paths;
     paths.reserve(scene.order.size());
     for (int i : scene.order) {
@@ -131,8 +139,14 @@ FileScene XSceneReader::scene() {
     if (objectError) throw *objectError;
     contents.objects = std::move(objects);
     linkObjects(contents);
-    if (const Json* connections = Codec::member(doc, "connections")) XSceneConnectionReader::readConnections(contents, *connections, m_types.rootType());
-    if (const Json* selection = Codec::member(doc, "selection")) XSceneConnectionReader::readSelection(contents, *selection);
+    const Json* connections = Codec::member(doc, "connections");
+    const Json* selection = Codec::member(doc, "selection");
+    const bool slashes = std::any_of(contents.objects.begin(), contents.objects.end(),
+                                     [](const FileObject& o) { return o.name.find('/') != std::string::npos; });
+    // Most of a large file's objects are never named by path: the paths wait until something needs them.
+    if (slashes || (connections && !connections->empty()) || (selection && !selection->empty())) findPaths(contents);
+    if (connections) XSceneConnectionReader::readConnections(contents, *connections, m_types.rootType());
+    if (selection) XSceneConnectionReader::readSelection(contents, *selection);
     return contents;
 }
 
