@@ -282,6 +282,13 @@ TEST_F(SceneFileTest, RefusesBrokenFilesAndKeepsTheOpenScene) {
         {"second input", edit([&](Json& d) { d["connections"].push_back({{"from", "hips.translateX"}, {"to", "hips.translateY"}}); }),
          {"connections[4].to", "already has an input"}},
         {"unknown selection", edit([](Json& d) { d["selection"].push_back("nobody"); }), {"selection[2]", "'nobody'"}},
+        {"two equal paths through a '/' in a name, with nothing naming objects by path",
+         edit([&](Json& d) {
+             d.erase("connections");
+             d.erase("selection");
+             object(d, "hipsAnim")["name"] = "hips/spine";
+         }),
+         {".name", "the path 'hips/spine' is also the path of"}},
     };
     for (const Case& c : cases) {
         std::string error;
