@@ -378,6 +378,8 @@ void XAttributeControl::markDirtySources(const VelX::XDatabaseChange& change) {
                                   !change.IsAttributeChangedOnItsType(attributes.front());
             for (size_t i = 0; i < attributes.size() && !ruledOut && !dirty; ++i)
                 dirty = change.IsAttributeChanged(attributes[i]);
+            // The row's own edit already shows what this round carries for it.
+            if (dirty && source->wroteEveryAttribute()) dirty = false;
             source->setDirty(dirty);
         }
     }
@@ -424,6 +426,12 @@ void XAttributeControl::onColourSchemeChanged(const wxUtils::ColourScheme& schem
 }
 
 // --- values and selection across lists: see XAttributeListSelection --------------------------
+
+void XAttributeControl::ForgetRowWrites() {
+    for (XAttributeListControl* list : m_lists)
+        for (int row = 0; row < list->getItemCount(); ++row)
+            static_cast<XAttributeSource*>(list->GetAttributeGroup(row)->getAttribute())->forgetWrite();
+}
 
 void XAttributeControl::SetAttributes(int value) { m_selection.setValue(value); }
 void XAttributeControl::SetAttributes(float value) { m_selection.setValue(value); }

@@ -27,6 +27,7 @@ bool XAttributeListControl::setInOneStep(const Value& value) {
     else database.BeginChangeBlock();
     m_control.SetAttributes(value);
     database.EndChangeBlock();
+    m_control.ForgetRowWrites();
     return true;
 }
 

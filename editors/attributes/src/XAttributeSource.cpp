@@ -163,7 +163,14 @@ template <typename Set> void XAttributeSource::writeEvery(Set set) {
         set(attribute);
         if (attribute.WasRefused() && refused++ == 0) first = attribute;
     }
-    refresh();
+    m_wroteAll = refused == 0;
+    if (refused == 0 && !m_attributes.empty()) {
+        // Every attribute took the same value and a write changes no flag: one read gives the
+        // row's value, over thousands of objects.
+        readValue(m_attributes.back());
+    } else {
+        refresh();
+    }
     m_fresh = true;
     if (refused == 0) return;
     std::wstring line = L"\"" + m_label + L"\": ";

@@ -76,6 +76,9 @@ public:
     void SetAttributes(float value);
     void SetAttributes(const std::wstring& value);
 
+    // Ends what SetAttributes told the rows about their own writes, once their change block is over.
+    void ForgetRowWrites();
+
     // Selection across all lists, as if they were one list.
     void ClearSelection();
     void SelectAll();

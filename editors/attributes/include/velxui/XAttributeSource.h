@@ -46,6 +46,11 @@ public:
 
     bool isDirty() const { return m_dirty; }
     void setDirty(bool dirty) { m_dirty = dirty; }
+    // Whether the row's last setter wrote one value to every attribute, all accepted, since the
+    // edit's change block opened: the change round that ends the block then brings the row nothing
+    // new. The edit forgets it when its block ends.
+    bool wroteEveryAttribute() const { return m_wroteAll; }
+    void forgetWrite() { m_wroteAll = false; }
 
     // wxUtils::VelAttribute
     void getName(wxString& name) override;
@@ -103,6 +108,7 @@ private:
     std::wstring m_enumString;
     bool m_dirty = false;
     bool m_fresh = false;  // refreshed by a setter and not read since
+    bool m_wroteAll = false;
 };
 
 }  // namespace VelXUI
