@@ -102,6 +102,28 @@ TEST_F(DockedFrame, CopiesKeepSceneManagerAndBringIntoView) {
     }
 }
 
+// The published colours, as single-precision floats.
+const XColour Grey(0.5f, 0.5f, 0.5f, 1.0f);
+const XColour Animation(0.6f, 0.8f, 1.0f, 1.0f);
+const XColour Orange(0.9f, 0.6f, 0.0f, 1.0f);  // commands and tools alike
+const XColour Operation(0.8f, 0.8f, 0.4f, 1.0f);
+const XColour Settings(0.7f, 0.2f, 0.5f, 1.0f);
+
+TEST(ObjectColour, TheConstantsHoldThePublishedColours) {
+    const std::pair<const XColour*, XColour> table[] = {
+        {&XEditor::DefaultColour, Grey},   {&XEditor::AnimationColour, Animation}, {&XEditor::CommandColour, Orange},
+        {&XEditor::ToolColour, Orange},    {&XEditor::OperationColour, Operation}, {&XEditor::SettingsColour, Settings},
+    };
+    for (const auto& [constant, expected] : table) {
+        EXPECT_EQ(constant->r, expected.r);
+        EXPECT_EQ(constant->g, expected.g);
+        EXPECT_EQ(constant->b, expected.b);
+        EXPECT_EQ(constant->a, expected.a);
+    }
+    EXPECT_NE(&XEditor::CommandColour, &XEditor::ToolColour) << "two constants, one orange";
+    EXPECT_EQ(XEditor::PanelBuilderBorder, 0);
+}
+
 XObject firstOfType(const XObject& parent, const std::wstring& type) {
     for (int i = 0; i < parent.ChildCount(); ++i) {
         XObject child = parent.Child(i), found = child.IsType(type) ? child : firstOfType(child, type);
@@ -129,26 +151,26 @@ TEST(ObjectColour, RenderColourThenCommandsToolsControllersThenExactTypes) {
     const std::pair<XObject, XColour> cases[] = {
         {joint, XColour(0.1f, 0.2f, 0.3f, 1.0f)},
         {mesh, VelX::XRenderObject(mesh).ColourValue()},
-        {scene.CommandObject(L"CreateJointChainCommand"), XEditor::CommandColour},
-        {database.CreateObject(VelX::XCommand::TypeID, L"command"), XEditor::CommandColour},
-        {scene.ToolObject(3), XEditor::ToolColour},
-        {database.CreateObject(VelX::XTool::TypeID, L"tool"), XEditor::ToolColour},
-        {database.CreateObject(VelX::XObjectController::TypeID, L"controller"), XEditor::ToolColour},
-        {database.CreateObject(L"TestSpring", L"spring"), XEditor::ToolColour},
-        {firstOfType(scene.RootObject(), VelX::XAnimation::TypeID), XEditor::AnimationColour},
-        {database.CreateObject(L"TestClip", L"clip"), XEditor::DefaultColour},
-        {database.CreateObject(VelX::XMatrixConversion::TypeID, L"conversion"), XEditor::OperationColour},
-        {database.CreateObject(L"TestConversion", L"derivedConversion"), XEditor::DefaultColour},
-        {scene.SceneSettings(), XEditor::SettingsColour},
-        {database.Object(L"CurveEditorSettings"), XEditor::DefaultColour},
-        {firstOfType(scene.RootObject(), VelX::XIKSolver::TypeID), XEditor::DefaultColour},
+        {scene.CommandObject(L"CreateJointChainCommand"), Orange},
+        {database.CreateObject(VelX::XCommand::TypeID, L"command"), Orange},
+        {scene.ToolObject(3), Orange},
+        {database.CreateObject(VelX::XTool::TypeID, L"tool"), Orange},
+        {database.CreateObject(VelX::XObjectController::TypeID, L"controller"), Orange},
+        {database.CreateObject(L"TestSpring", L"spring"), Orange},
+        {firstOfType(scene.RootObject(), VelX::XAnimation::TypeID), Animation},
+        {database.CreateObject(L"TestClip", L"clip"), Grey},
+        {database.CreateObject(VelX::XMatrixConversion::TypeID, L"conversion"), Operation},
+        {database.CreateObject(L"TestConversion", L"derivedConversion"), Grey},
+        {scene.SceneSettings(), Settings},
+        {database.Object(L"CurveEditorSettings"), Grey},
+        {firstOfType(scene.RootObject(), VelX::XIKSolver::TypeID), Grey},
     };
     for (const auto& [object, expected] : cases) {
         ASSERT_TRUE(object.IsValid());
         const XColour c = XEditor::ObjectColour(object);
         EXPECT_TRUE(c == expected) << object.Path() << ": " << c.r << " " << c.g << " " << c.b << " " << c.a;
     }
-    EXPECT_TRUE(XEditor::ObjectColour(XObject()) == XEditor::DefaultColour);
+    EXPECT_TRUE(XEditor::ObjectColour(XObject()) == Grey);
     // No object supports both render object and command: a type has one base, and commands do not
     // derive from render objects, so the render colour never competes with the command colour.
 }
