@@ -376,9 +376,10 @@ TEST_F(ExplorerFixture, CommandsActOnTheContextItemAsOneStep) {
     command(XSceneExplorer::DeselectCommand, item(L"Ground"));
     EXPECT_FALSE(scene.Selection().IsSelected(object(L"Ground")));
     command(XSceneExplorer::CopyPathCommand, item(L"Hips"));
-    if (wxTheClipboard->Open()) {
+    {
+        ASSERT_TRUE(wxTheClipboard->Open()) << "the virtual display has a clipboard";
         wxTextDataObject text;
-        wxTheClipboard->GetData(text);
+        EXPECT_TRUE(wxTheClipboard->GetData(text));
         wxTheClipboard->Close();
         EXPECT_EQ(text.GetText(), wxString(object(L"Hips").Path()));
     }
