@@ -297,14 +297,19 @@ TEST_F(TreeFixture, KeyboardMovesExtendsExpandsAndCollapses) {
 }
 
 TEST_F(TreeFixture, TypingFindsTheNextRowByPrefix) {
+    long long now = 5000;
+    tree->SetTypeAheadClock([&now] { return now; });
     buildSmallTree();
     click(root);
     type("g");
     EXPECT_EQ(tree->GetSelection(), std::vector<TreeItem*>{gamma});
+    now += wxUtils::TreeTypeAhead::PauseMs;  // a key a second later still adds to the word
     type("a");  // "ga": still Gamma
     EXPECT_EQ(tree->GetFocusItem(), gamma);
-    wxMilliSleep(1100);  // a pause starts a new search, from after the focus row, wrapping
+    now += wxUtils::TreeTypeAhead::PauseMs + 1;  // a longer pause starts a new search, after the focus row, wrapping
     type("B");
+    EXPECT_EQ(tree->GetFocusItem(), beta);
+    type("x");  // "bx" matches nothing: the focus stays
     EXPECT_EQ(tree->GetFocusItem(), beta);
 }
 

@@ -3,6 +3,7 @@
 #include <velwidgets/ColourSchemeClient.h>
 #include <velwidgets/TreeEvent.h>
 #include <velwidgets/TreeItem.h>
+#include <velwidgets/TreeTypeAhead.h>
 
 #include <wx/bitmap.h>
 #include <wx/window.h>
@@ -69,6 +70,8 @@ public:
     // In-place editing of the label of an item that may be renamed: Enter commits, Escape cancels,
     // leaving the editor commits. False when the item cannot be edited or a handler vetoed it.
     bool EditLabel(TreeItem* item);
+    // The clock type-ahead measures pauses with (milliseconds; the steady clock by default).
+    void SetTypeAheadClock(TreeTypeAhead::Clock clock) { m_typeAhead.setClock(std::move(clock)); }
     bool IsEditingLabel() const { return m_editItem != nullptr; }
     void EndLabelEdit(bool cancel);
     wxTextCtrl* GetLabelEditor() const { return m_editor; }
@@ -187,8 +190,7 @@ private:
     std::vector<Column> m_columns;
     ColourScheme m_scheme;
     wxBrush m_expanderBrush, m_selectedExpanderBrush;
-    wxString m_typeAhead;
-    long long m_typeAheadTime = 0;
+    TreeTypeAhead m_typeAhead;
     size_t m_topRow = 0;
     int m_xOffset = 0;
     int m_widest = 0;
