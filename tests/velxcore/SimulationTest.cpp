@@ -142,10 +142,11 @@ TEST_F(Simulation, UserMadeScenesAreTrusted) {
 TEST_F(Simulation, WithoutAHostNothingRunsAndTheLogSaysWhy) {
     XScene scene;
     setScripts(scene, 1, L"velx.set('SceneSettings', 'notes', 'ran')", L"", L"");
+    const std::size_t before = logCount(L"The simulation start script did not run: this program has no scripting.");
     XSimulation::SetHost(nullptr);
     const bool played = scene.Simulation().Play();
     XSimulation::SetHost(&application.SimulationHost());
     EXPECT_FALSE(played);
     EXPECT_EQ(scene.SceneSettings().Attribute(L"notes").String(), L"");
-    EXPECT_EQ(logCount(L"The simulation start script did not run: this program has no scripting."), 1u);
+    EXPECT_EQ(logCount(L"The simulation start script did not run: this program has no scripting."), before + 1);
 }
