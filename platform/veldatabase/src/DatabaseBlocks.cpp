@@ -67,25 +67,30 @@ void Database::journal(JournalOp&& op) {
     m_open->ops.push_back(std::move(op));
 }
 
-void Database::journalSetValue(const AttrKey& key, const Value& before, const Value& after) {
+void Database::journalSetValue(const AttrKey& key, const Value& before, const Value& after, bool inArray) {
     if (m_replaying || !m_open) return;
     // Writes to one attribute coalesce only while no other write to the same array (a whole-array
     // write and its elements' fields) came between them; otherwise replay order matters.
-    auto it = m_open->valueOps.find(key);
-    auto family = m_open->lastArrayOp.find(key.arrayKey());
-    const bool interleaved = family != m_open->lastArrayOp.end() && it != m_open->valueOps.end() &&
-                             family->second != it->second;
-    if (it != m_open->valueOps.end() && !interleaved) {
-        m_open->ops[it->second].data().after = after;
-        return;
+    const std::size_t next = m_open->ops.size();
+    auto [it, added] = m_open->valueOps.try_emplace(key, next);
+    if (!added) {
+        bool interleaved = false;
+        if (inArray) {
+            auto family = m_open->lastArrayOp.find(key.arrayKey());
+            interleaved = family != m_open->lastArrayOp.end() && family->second != it->second;
+        }
+        if (!interleaved) {
+            m_open->ops[it->second].values().after = after;
+            return;
+        }
+        it->second = next;
     }
     JournalOp op;
     op.kind = JournalOp::Kind::SetValue;
     op.key = key;
-    op.data().before = before;
-    op.data().after = after;
-    m_open->valueOps[key] = m_open->ops.size();
-    m_open->lastArrayOp[key.arrayKey()] = m_open->ops.size();
+    op.values().before = before;
+    op.values().after = after;
+    if (inArray) m_open->lastArrayOp[key.arrayKey()] = next;
     m_open->ops.push_back(std::move(op));
 }
 
@@ -103,7 +108,7 @@ void Database::finishRound(bool transient, const std::string& description) {
             } else if (op.kind == JournalOp::Kind::SetValue) {
                 auto it = m_transient->valueOps.find(op.key);
                 if (it != m_transient->valueOps.end()) {
-                    m_transient->ops[it->second].data().after = op.data().after;
+                    m_transient->ops[it->second].values().after = op.values().after;
                     continue;
                 }
                 m_transient->valueOps.emplace(op.key, m_transient->ops.size());
@@ -193,7 +198,7 @@ bool Database::redo() {
 void Database::apply(JournalOp& op, bool forward) {
     using K = JournalOp::Kind;
     switch (op.kind) {
-    case K::SetValue: doSetStored(op.key, forward ? op.payload->after : op.payload->before); break;
+    case K::SetValue: doSetStored(op.key, forward ? op.valuePair->after : op.valuePair->before); break;
     case K::Attach:
     case K::Detach: {
         const bool attach = (op.kind == K::Attach) == forward;
@@ -222,8 +227,8 @@ void Database::apply(JournalOp& op, bool forward) {
         break;
     case K::Select: doSelect(forward ? op.payload->idsAfter : op.payload->idsBefore); break;
     case K::AddCustom:
-        if (forward) doAddCustom(op.node, op.key.slot, op.payload->customDef, op.payload->after);
-        else doRemoveCustom(op.node, op.key.slot, op.payload->customDef, op.payload->after);
+        if (forward) doAddCustom(op.node, op.key.slot, op.payload->customDef, op.valuePair->after);
+        else doRemoveCustom(op.node, op.key.slot, op.payload->customDef, op.valuePair->after);
         break;
     case K::RemoveCustom: doSetCustomRemoved(op.node, op.key.slot, forward); break;
     }

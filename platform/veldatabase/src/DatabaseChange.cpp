@@ -81,7 +81,7 @@ bool DatabaseChange::isOnlyAttributeChanged(const AttrKey& key) const {
 }
 
 bool DatabaseChange::isOnlyValueSet(const AttrKey& key) const {
-    return m_directKeys.size() == 1 && m_directKeys.count(key) && m_created.empty() && m_deleted.empty() &&
+    return m_directCount == 1 && m_directKey == key && m_created.empty() && m_deleted.empty() &&
            m_renamed.empty() && m_reparented.empty() && !m_connectionCreated && !m_connectionDeleted;
 }
 
@@ -90,7 +90,8 @@ void DatabaseChange::merge(const DatabaseChange& later) {
     m_changedKeys.insert(later.m_changedKeys.begin(), later.m_changedKeys.end());
     m_changedDefs.insert(later.m_changedDefs.begin(), later.m_changedDefs.end());
     m_changedSlots.insert(later.m_changedSlots.begin(), later.m_changedSlots.end());
-    m_directKeys.insert(later.m_directKeys.begin(), later.m_directKeys.end());
+    if (later.m_directCount > 0) recordDirect(later.m_directKey);
+    if (later.m_directCount > 1) m_directCount = 2;
     m_changedTypes |= later.m_changedTypes;
     for (int n : later.m_created) addUnique(m_created, m_createdSet, n);
     for (int n : later.m_deleted) addUnique(m_deleted, m_deletedSet, n);

@@ -206,7 +206,7 @@ bool Database::setValue(const AttrKey& key, const Value& v) {
             }
         }
     }
-    journalSetValue(key, before, converted);
+    journalSetValue(key, before, converted, def->isArray || key.element >= 0);
     doSetStored(key, converted);
     return true;
 }
@@ -236,7 +236,7 @@ bool Database::resizeArray(const AttrKey& key, int size) {
         for (int e = size; e < arraySize(key); ++e)
             if (m_inputs.count(key.withElement(e))) disconnect(key.withElement(e));
         Value before = storedValue(key);
-        journalSetValue(key, before, Value(list));
+        journalSetValue(key, before, Value(list), true);
         doSetStored(key, Value(std::move(list)));
         return true;
     }
@@ -307,7 +307,8 @@ int Database::addCustomAttribute(int id, AttributeDef def) {
     op.kind = JournalOp::Kind::AddCustom;
     op.node = id;
     op.key = AttrKey{id, slot};
-    op.data().after = initial;
+    op.data();  // holds the definition while the attribute is undone
+    op.values().after = initial;
     journal(std::move(op));
     return slot;
 }
@@ -554,7 +555,9 @@ void Database::recordKey(const AttrKey& key) {
 }
 
 void Database::markDirty(const AttrKey& seed) {
-    std::vector<AttrKey> stack{seed};
+    // One buffer for every call: a burst of writes allocates nothing here.
+    std::vector<AttrKey>& stack = m_dirtyStack;
+    stack.assign(1, seed);
     bool isSeed = true;
     while (!stack.empty()) {
         AttrKey k = stack.back();

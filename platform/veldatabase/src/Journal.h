@@ -30,9 +30,13 @@ struct JournalOp {
         RemoveCustom,   // node, slot
     };
 
+    // A value write's two values (and an added custom attribute's initial value), apart from the
+    // rest so that the most frequent record is small.
+    struct Values {
+        Value before, after;
+    };
     // Fields that only some kinds need live apart so that a created node costs a few bytes.
     struct Payload {
-        Value before, after;
         std::string textBefore, textAfter;
         std::vector<int> idsBefore, idsAfter;
         std::vector<std::pair<int, int>> roots;  // (index in parent, id), ascending index
@@ -45,10 +49,15 @@ struct JournalOp {
     int node = -1;
     int fromParent = -1, fromIndex = -1, toParent = -1, toIndex = -1;
     std::unique_ptr<Payload> payload;
+    std::unique_ptr<Values> valuePair;
 
     Payload& data() {
         if (!payload) payload = std::make_unique<Payload>();
         return *payload;
+    }
+    Values& values() {
+        if (!valuePair) valuePair = std::make_unique<Values>();
+        return *valuePair;
     }
 };
 

@@ -164,7 +164,9 @@ private:
     void doSetCustomRemoved(int id, int slot, bool removed);
 
     void journal(JournalOp&& op);
-    void journalSetValue(const AttrKey& key, const Value& before, const Value& after);
+    // `inArray`: the key is an array, one of its elements or an element's field, whose writes must
+    // keep their order in the journal.
+    void journalSetValue(const AttrKey& key, const Value& before, const Value& after, bool inArray);
     void apply(JournalOp& op, bool forward);
     void ensureBlock();
     void closeImplicitBlock();
@@ -201,6 +203,7 @@ private:
     bool m_blockTransient = false;
     bool m_replaying = false;
     bool m_recording = true;  // off: no journal, no change records (bulk building)
+    std::vector<AttrKey> m_dirtyStack;  // markDirty's work list
     std::unique_ptr<Pending> m_open;       // journal and change of the open outermost block
     std::unique_ptr<Pending> m_transient;  // transient rounds not yet committed
     std::vector<std::unique_ptr<UndoStep>> m_undo;

@@ -67,7 +67,11 @@ public:
     void recordReparented(int node, const NodeDef& def);
     void recordConnection(bool created, bool reference);
     void recordSelection() { m_selectionChanged = true; }
-    void recordDirect(const AttrKey& key) { m_directKeys.insert(key); }
+    // A value written directly (not through evaluation). Only "one key, or more than one" matters.
+    void recordDirect(const AttrKey& key) {
+        if (m_directCount == 0) m_directKey = key, m_directCount = 1;
+        else if (m_directCount == 1 && !(m_directKey == key)) m_directCount = 2;
+    }
     void setTransient(bool transient) { m_transient = transient; }
     void setDescription(std::string d) { m_description = std::move(d); }
     // Folds a later change into this one (transient rounds gathered into their commit).
@@ -95,7 +99,8 @@ private:
     std::unordered_set<TypeSlot, TypeSlotHash> m_changedSlots;
     TypeSlot m_lastSlot{nullptr, -1};  // skips the set insert for runs of one attribute
     const NodeDef* m_lastDef = nullptr;  // skips the set insert for runs of one type
-    std::unordered_set<AttrKey, AttrKeyHash> m_directKeys;
+    AttrKey m_directKey;     // the first value written directly
+    int m_directCount = 0;   // distinct keys written directly: 0, 1, or 2 for "more than one"
     std::uint32_t m_changedTypes = 0;
     std::vector<int> m_created, m_deleted, m_renamed, m_reparented;
     std::unordered_set<int> m_createdSet, m_deletedSet, m_renamedSet, m_reparentedSet;
