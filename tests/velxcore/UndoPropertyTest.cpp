@@ -16,6 +16,7 @@
 #include <velutils/StringUtils.h>
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <array>
@@ -494,6 +495,19 @@ std::string sceneProblem(const db::Database& d) {
 // the starting scene text, redoing them the final one. With everyStep the text after each step is
 // kept and checked after each single undo and redo too, which names the first step that goes
 // wrong. With echo, steps are printed as they run, so that even a crash shows where it happened.
+// The scene text without the current frame: moving the frame is a view change that undo does
+// not restore.
+std::string sceneText(const db::Database& d) {
+    nlohmann::json scene = nlohmann::json::parse(XSceneFile::toJson(d));
+    for (nlohmann::json& object : scene["objects"]) {
+        auto attributes = object.find("attributes");
+        if (attributes == object.end()) continue;
+        attributes->erase("frame");
+        if (attributes->empty()) object.erase(attributes);
+    }
+    return scene.dump(2);
+}
+
 Outcome runSequence(unsigned seed, bool everyStep, bool echo) {
     Outcome out;
     XScene scene;
@@ -501,14 +515,14 @@ Outcome runSequence(unsigned seed, bool everyStep, bool echo) {
     const db::Database& d = database.db();
     Generator generator(scene, seed);
     const int length = 1 + generator.below(MaxSteps);
-    std::vector<std::string> texts{XSceneFile::toJson(d)};
+    std::vector<std::string> texts{sceneText(d)};
 
     // Records a failure when the bookkeeping is broken or the scene text is not `expected`.
     auto check = [&](const std::string& when, const std::string* expected) {
         const std::string problem = sceneProblem(d);
         if (!problem.empty()) out.failure = when + " left " + problem;
         if (out.failure.empty() && expected) {
-            const std::string text = XSceneFile::toJson(d);
+            const std::string text = sceneText(d);
             if (text != *expected) out.failure = when + " gives a different scene at " + firstDifference(*expected, text);
         }
         return out.failure.empty();
@@ -528,9 +542,9 @@ Outcome runSequence(unsigned seed, bool everyStep, bool echo) {
         out.steps.push_back(what);
         if (d.undoCount() != before + 1) out.failure = "step " + std::to_string(out.steps.size()) + " made several undo steps";
         if (!out.failure.empty() || !check("step " + std::to_string(out.steps.size()), nullptr)) return out;
-        if (everyStep) texts.push_back(XSceneFile::toJson(d));
+        if (everyStep) texts.push_back(sceneText(d));
     }
-    const std::string end = everyStep ? texts.back() : XSceneFile::toJson(d);
+    const std::string end = everyStep ? texts.back() : sceneText(d);
 
     const std::size_t steps = out.steps.size();
     for (std::size_t i = steps; i > 0; --i) {

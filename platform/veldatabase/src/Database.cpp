@@ -293,6 +293,7 @@ void Database::reset() {
     m_undo.clear();
     m_redo.clear();
     m_transient.reset();
+    m_playback.reset();
     m_open.reset();
     m_depth = 0;
     m_selection.clear();

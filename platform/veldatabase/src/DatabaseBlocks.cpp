@@ -33,12 +33,56 @@ const char* defaultStepName(const std::vector<JournalOp>& ops) {
 
 void Database::beginChangeBlock(bool transient) {
     if (m_depth == 0) {
-        if (!transient && m_transient && !m_notifying) commitTransient();
+        // A playback round leaves a drag in progress pending: the drag stays one gesture.
+        if (!transient && !m_playbackMode && m_transient && !m_notifying) commitTransient();
         m_open = std::make_unique<Pending>();
-        m_blockTransient = transient;
+        m_blockTransient = transient && !m_playbackMode;
+        m_blockPlayback = m_playbackMode;
     }
     ++m_depth;
 }
+
+bool Database::hasPlayback() const { return m_playback && !m_playback->ops.empty(); }
+
+bool Database::revertPlayback() {
+    if (m_depth > 0 || !m_playback) return false;
+    std::unique_ptr<Pending> playback = std::move(m_playback);
+    m_open = std::make_unique<Pending>();
+    m_replaying = true;
+    for (auto it = playback->ops.rbegin(); it != playback->ops.rend(); ++it) apply(*it, false);
+    m_replaying = false;
+    std::shared_ptr<DatabaseChange> change = m_open->change;
+    m_open.reset();
+    change->setPlayback(true);
+    change->setDescription("Stop Simulation");
+    if (!change->isEmpty()) deliver(change);
+    if (m_playbackEnded) m_playbackEnded(true);
+    return true;
+}
+
+void Database::keepPlaybackAsUndoStep() {
+    std::unique_ptr<Pending> playback = std::move(m_playback);
+    if (!playback->ops.empty()) pushUndoStep(PlaybackKeptStepName, std::move(playback->ops));
+    if (m_playbackEnded) m_playbackEnded(false);
+}
+
+namespace {
+
+// Moving the current frame is a view change, and selecting tolerates objects that come and go:
+// neither conflicts with what playback changed.
+bool conflictsWithPlayback(const JournalOp& op, const AttrKey& timeKey) {
+    if (op.kind == JournalOp::Kind::Select) return false;
+    return !(op.kind == JournalOp::Kind::SetValue && op.key == timeKey);
+}
+
+bool onlyMovesTheFrame(const std::vector<JournalOp>& ops, const AttrKey& timeKey) {
+    if (!timeKey.isValid() || ops.empty()) return false;
+    for (const JournalOp& op : ops)
+        if (op.kind != JournalOp::Kind::SetValue || !(op.key == timeKey)) return false;
+    return true;
+}
+
+}  // namespace
 
 void Database::endChangeBlock(const std::string& description) {
     if (m_depth == 0) return;
@@ -57,6 +101,7 @@ bool Database::cancelChangeBlock() {
     m_replaying = wasReplaying;
     m_open.reset();
     m_depth = 0;
+    m_blockPlayback = false;
     return true;
 }
 
@@ -64,11 +109,13 @@ bool Database::hasPendingTransient() const { return m_transient && !m_transient-
 
 void Database::journal(JournalOp&& op) {
     if (m_replaying || !m_open) return;
+    if (m_playback && !m_blockPlayback && conflictsWithPlayback(op, m_timeKey)) keepPlaybackAsUndoStep();
     m_open->ops.push_back(std::move(op));
 }
 
 void Database::journalSetValue(const AttrKey& key, const Value& before, const Value& after, bool inArray) {
     if (m_replaying || !m_open) return;
+    if (m_playback && !m_blockPlayback && !(key == m_timeKey)) keepPlaybackAsUndoStep();
     // Writes to one attribute coalesce only while no other write to the same array (a whole-array
     // write and its elements' fields) came between them; otherwise replay order matters.
     const std::size_t next = m_open->ops.size();
@@ -98,7 +145,12 @@ void Database::finishRound(bool transient, const std::string& description) {
     std::unique_ptr<Pending> round = std::move(m_open);
     std::shared_ptr<DatabaseChange> change = round->change;
     change->setDescription(description);
-    if (transient) {
+    if (m_blockPlayback) {
+        m_blockPlayback = false;
+        if (!m_playback) m_playback = std::make_unique<Pending>();
+        for (JournalOp& op : round->ops) m_playback->ops.push_back(std::move(op));
+        change->setPlayback(true);
+    } else if (transient) {
         // Gather drag rounds: the commit becomes one undo step from the values before the drag.
         if (!m_transient) m_transient = std::make_unique<Pending>();
         for (JournalOp& op : round->ops) {
@@ -120,7 +172,7 @@ void Database::finishRound(bool transient, const std::string& description) {
         m_transient->change->merge(*change);
         if (!description.empty()) m_transient->description = description;
         change->setTransient(true);
-    } else if (!round->ops.empty()) {
+    } else if (!round->ops.empty() && !onlyMovesTheFrame(round->ops, m_timeKey)) {
         pushUndoStep(description, std::move(round->ops));
     }
     if (!change->isEmpty()) deliver(change);
@@ -128,6 +180,7 @@ void Database::finishRound(bool transient, const std::string& description) {
 
 void Database::pushUndoStep(std::string name, std::vector<JournalOp>&& ops) {
     auto step = std::make_unique<UndoStep>();
+    step->serial = m_nextStepSerial++;
     step->name = name.empty() ? defaultStepName(ops) : std::move(name);
     step->ops = std::move(ops);
     m_undo.push_back(std::move(step));
@@ -145,6 +198,8 @@ void Database::commitTransient() {
     if (!pending->change->isEmpty()) deliver(pending->change);
 }
 
+std::uint64_t Database::historyPosition() const { return m_undo.empty() ? 0 : m_undo.back()->serial; }
+
 bool Database::canUndo() const { return !m_undo.empty() || hasPendingTransient(); }
 bool Database::canRedo() const { return !m_redo.empty() && !hasPendingTransient(); }
 
@@ -159,10 +214,12 @@ void Database::clearUndo() {
     m_undo.clear();
     m_redo.clear();
     m_transient.reset();
+    m_playback.reset();
 }
 
 bool Database::undo() {
     if (m_depth > 0) return false;
+    revertPlayback();
     commitTransient();
     if (m_undo.empty()) return false;
     std::unique_ptr<UndoStep> step = std::move(m_undo.back());
@@ -181,6 +238,7 @@ bool Database::undo() {
 
 bool Database::redo() {
     if (m_depth > 0 || m_redo.empty() || hasPendingTransient()) return false;
+    revertPlayback();
     std::unique_ptr<UndoStep> step = std::move(m_redo.back());
     m_redo.pop_back();
     m_open = std::make_unique<Pending>();

@@ -43,6 +43,12 @@ void DatabaseChange::recordAttribute(const AttrKey& key, int topLevelSlot, Value
     if (topLevelSlot >= 0 && topLevelSlot != key.slot) recordSlot(def, topLevelSlot);
 }
 
+bool DatabaseChange::isAttributeNameChanged(const std::string& name) const {
+    for (const TypeSlot& changed : m_changedSlots)
+        if (changed.def->findTopLevel(name) == changed.slot) return true;
+    return false;
+}
+
 void DatabaseChange::recordSlot(const NodeDef& def, int slot) {
     const TypeSlot entry{&def, slot};
     if (entry == m_lastSlot) return;

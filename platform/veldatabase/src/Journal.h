@@ -62,6 +62,7 @@ struct JournalOp {
 };
 
 struct UndoStep {
+    std::uint64_t serial = 0;  // unique per step: marks a place in the history
     std::string name;
     std::vector<JournalOp> ops;
 };

@@ -103,12 +103,27 @@ public:
     int blockDepth() const { return m_depth; }
     bool hasPendingTransient() const;
 
+    // Playback rounds (a running simulation): while playback mode is on, every outermost block is a
+    // playback round: notified like any round, flagged as playback, kept out of undo and reverted
+    // all at once by revertPlayback(). A round that edits the scene by other
+    // means while playback rounds are kept first turns them into one undo step named `keptName`, so
+    // that the edit applies on top of what the user sees and stays undoable; undo and redo first
+    // revert them. `onPlaybackEnded` hears either (true: reverted, false: kept).
+    void setPlaybackMode(bool on) { m_playbackMode = on; }
+    bool hasPlayback() const;
+    bool revertPlayback();
+    void setPlaybackEndedHandler(std::function<void(bool reverted)> handler) { m_playbackEnded = std::move(handler); }
+    static constexpr const char* PlaybackKeptStepName = "Simulation";
+
     // Undo and redo.
     bool canUndo() const;
     bool canRedo() const;
     std::string undoName() const;
     std::string redoName() const;
     std::size_t undoCount() const { return m_undo.size(); }
+    // Where the history stands: the same number means the same sequence of done steps (undo back
+    // to a saved state and the position is the saved one again). 0 with nothing to undo.
+    std::uint64_t historyPosition() const;
     bool undo();
     bool redo();
     void clearUndo();
@@ -171,6 +186,7 @@ private:
     void ensureBlock();
     void closeImplicitBlock();
     void finishRound(bool transient, const std::string& description);
+    void keepPlaybackAsUndoStep();
     void deliver(std::shared_ptr<DatabaseChange> change);
     void markDirty(const AttrKey& key);
     void recordKey(const AttrKey& key);
@@ -201,14 +217,19 @@ private:
     // Open block state.
     int m_depth = 0;
     bool m_blockTransient = false;
+    bool m_blockPlayback = false;
+    bool m_playbackMode = false;
     bool m_replaying = false;
     bool m_recording = true;  // off: no journal, no change records (bulk building)
     std::vector<AttrKey> m_dirtyStack;  // markDirty's work list
     std::unique_ptr<Pending> m_open;       // journal and change of the open outermost block
     std::unique_ptr<Pending> m_transient;  // transient rounds not yet committed
+    std::unique_ptr<Pending> m_playback;   // playback rounds since playing started
+    std::function<void(bool)> m_playbackEnded;
     std::vector<std::unique_ptr<UndoStep>> m_undo;
     std::vector<std::unique_ptr<UndoStep>> m_redo;
     std::size_t m_undoLimit = 0;  // 0 = unlimited
+    std::uint64_t m_nextStepSerial = 1;
 
     std::vector<DatabaseObserver*> m_observers;
     std::deque<std::shared_ptr<DatabaseChange>> m_queue;

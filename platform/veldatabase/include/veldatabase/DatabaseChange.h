@@ -29,6 +29,8 @@ public:
     bool isAttributeReferenceChanged() const { return m_referenceChanged; }
     bool isSelectionChanged() const { return m_selectionChanged; }
     bool isTransient() const { return m_transient; }
+    // Made by simulation playback (or its revert): not an edit of the user's.
+    bool isPlayback() const { return m_playback; }
 
     // Created and deleted objects count as changed without being listed twice.
     bool isObjectChanged(int node) const {
@@ -40,6 +42,8 @@ public:
     // any object of this type. A panel showing one attribute over many objects asks this first:
     // when it says no, none of its objects changed there.
     bool isSlotChanged(const NodeDef& def, int slot) const { return m_changedSlots.count(TypeSlot{&def, slot}) != 0; }
+    // Whether a top-level attribute of this name changed on any object (one check per changed type and slot).
+    bool isAttributeNameChanged(const std::string& name) const;
     bool isValueTypeChanged(ValueType type) const {
         return (m_changedTypes & (1u << static_cast<unsigned>(type))) != 0;
     }
@@ -73,6 +77,7 @@ public:
         else if (m_directCount == 1 && !(m_directKey == key)) m_directCount = 2;
     }
     void setTransient(bool transient) { m_transient = transient; }
+    void setPlayback(bool playback) { m_playback = playback; }
     void setDescription(std::string d) { m_description = std::move(d); }
     // Folds a later change into this one (transient rounds gathered into their commit).
     void merge(const DatabaseChange& later);
@@ -109,6 +114,7 @@ private:
     bool m_referenceChanged = false;
     bool m_selectionChanged = false;
     bool m_transient = false;
+    bool m_playback = false;
     std::string m_description;
 };
 

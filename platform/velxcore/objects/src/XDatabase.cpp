@@ -144,6 +144,10 @@ bool XDatabase::CanUndo() const { return m_db->canUndo(); }
 bool XDatabase::CanRedo() const { return m_db->canRedo(); }
 std::wstring XDatabase::UndoName() const { return StringUtils::toWide(m_db->undoName()); }
 std::wstring XDatabase::RedoName() const { return StringUtils::toWide(m_db->redoName()); }
+std::wstring XDatabase::ValidName(const std::wstring& wanted) {
+    return StringUtils::toWide(db::Database::sanitizeName(StringUtils::toUtf8(wanted)));
+}
+std::uint64_t XDatabase::HistoryPosition() const { return m_db->historyPosition(); }
 bool XDatabase::Undo() { return m_db->undo(); }
 bool XDatabase::Redo() { return m_db->redo(); }
 

@@ -16,6 +16,11 @@ bool XDatabaseChange::IsConnectionCreated() const { return m_change->isConnectio
 bool XDatabaseChange::IsConnectionDeleted() const { return m_change->isConnectionDeleted(); }
 bool XDatabaseChange::IsAttributeReferenceChanged() const { return m_change->isAttributeReferenceChanged(); }
 bool XDatabaseChange::IsSelectionChanged() const { return m_change->isSelectionChanged(); }
+bool XDatabaseChange::IsPlaybackChange() const { return m_change->isPlayback(); }
+bool XDatabaseChange::HasEdits() const { return m_change->hasEdits(); }
+bool XDatabaseChange::IsAttributeNameChanged(const std::wstring& name) const {
+    return m_change->isAttributeNameChanged(Velutils::StringUtils::toUtf8(name));
+}
 
 bool XDatabaseChange::IsObjectChanged(const XObject& object) const {
     return object.DatabasePointer() == m_database && m_change->isObjectChanged(object.HandleID());

@@ -4,6 +4,7 @@
 #include <velxcore/XObject.h>
 
 #include <memory>
+#include <cstdint>
 #include <string>
 
 namespace db {
@@ -56,6 +57,10 @@ public:
     bool CanRedo() const;
     std::wstring UndoName() const;
     std::wstring RedoName() const;
+    // The name the core gives an object asked to be called `wanted` (before making it unique).
+    static std::wstring ValidName(const std::wstring& wanted);
+    // The same number means the same done steps: a saved state is reached again by undo or redo.
+    std::uint64_t HistoryPosition() const;
     bool Undo();
     bool Redo();
 

@@ -28,6 +28,10 @@ public:
     bool IsConnectionDeleted() const;
     bool IsAttributeReferenceChanged() const;
     bool IsSelectionChanged() const;
+    // Made by simulation playback or by reverting it on Stop: not an edit of the user's.
+    bool IsPlaybackChange() const;
+    // Anything besides the selection changed.
+    bool HasEdits() const;
     bool IsObjectChanged(const XObject& object) const;
     bool IsObjectChanged(const Velutils::Vector<XObject>& objects) const;
     bool IsNameChanged(const Velutils::Vector<XObject>& objects) const;
@@ -36,6 +40,8 @@ public:
     // on this object, so a panel showing the attribute over many objects asks this first and asks
     // each object only when the answer is yes.
     bool IsAttributeChangedOnItsType(const XAttribute& attribute) const;
+    // Whether an attribute of this name changed on any object, whatever its type.
+    bool IsAttributeNameChanged(const std::wstring& name) const;
     bool IsAttributeTypeChanged(unsigned typeCode) const;
     bool IsTypeChanged(XObjectDef* definition) const;
     void CreatedObjects(Velutils::Vector<XObject>& out) const;
