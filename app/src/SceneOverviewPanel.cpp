@@ -62,9 +62,13 @@ void SceneOverviewPanel::gather() {
         m_lines.push_back(wxString::Format("Frame %g of %g to %g", settings.Frame(), settings.StartFrame(),
                                            settings.EndFrame()));
     VelX::XSimulation& simulation = m_scene.Simulation();
-    m_lines.push_back(simulation.IsPlaying() ? "Simulation: playing"
-                      : simulation.IsTrusted() ? "Simulation: stopped"
-                                               : "Simulation: the scene's scripts are not trusted yet");
+    const bool scriptsSkipped = simulation.HasScripts() && !simulation.IsTrusted();
+    if (simulation.IsPlaying())
+        m_lines.push_back(scriptsSkipped ? "Simulation: playing without the scene's scripts (not trusted)"
+                                         : "Simulation: playing");
+    else
+        m_lines.push_back(scriptsSkipped ? "Simulation: stopped; the scene's scripts are not trusted yet"
+                                         : "Simulation: stopped");
     m_lines.push_back(wxString::Format("Undo: %s",
                                        m_scene.Database().CanUndo() ? wxString(m_scene.Database().UndoName())
                                                                     : wxString("nothing to undo")));

@@ -3,6 +3,7 @@
 #include <velxstudio/SceneAutosave.h>
 #include <velxstudio/SceneChangeTracker.h>
 #include <velxstudio/SceneOverviewPanel.h>
+#include <velxstudio/TrustScriptsDialog.h>
 #include <velxui/XAttributeEditor.h>
 #include <velxui/XSceneExplorer.h>
 
@@ -57,7 +58,7 @@ StudioFrame::StudioFrame(VelX::XScene& scene, Orka::Logger& logger, const Option
       m_lightSchemeId(wxNewId()),
       m_darkSchemeId(wxNewId()) {
     m_layout = std::make_unique<Orka::LayoutManager>(this);
-    m_changes = std::make_unique<SceneChangeTracker>();
+    m_changes = std::make_unique<SceneChangeTracker>(m_scene);
     m_changes->setChangedHandler([this](bool) { updateTitle(); });
     m_prompt = [this](const wxString& message, const wxString& caption, long style) {
         return wxMessageBox(message, caption, style, this);
@@ -67,6 +68,7 @@ StudioFrame::StudioFrame(VelX::XScene& scene, Orka::Logger& logger, const Option
                             SceneWildcard, forSaving ? wxFD_SAVE | wxFD_OVERWRITE_PROMPT : wxFD_OPEN | wxFD_FILE_MUST_EXIST);
         return dialog.ShowModal() == wxID_OK ? dialog.GetPath() : wxString();
     };
+    m_askTrust = [](TrustScriptsDialog& dialog) { return dialog.ShowModal() == wxID_YES; };
 
     CreateStatusBar(StatusFieldCount);
     const int widths[StatusFieldCount] = {-1, 260, 160};
@@ -114,6 +116,7 @@ void StudioFrame::buildMenus() {
     file->AppendSeparator();
     file->Append(wxID_SAVE, "&Save\tCtrl+S", "Save the scene");
     file->Append(wxID_SAVEAS, "Save &As...\tCtrl+Shift+S", "Save the scene under a new name");
+    file->Append(wxID_REVERT_TO_SAVED, "Re&vert", "Throw away unsaved changes and load the scene's file again");
     file->AppendSeparator();
     file->Append(wxID_EXIT, "E&xit\tCtrl+Q");
 
@@ -149,6 +152,7 @@ void StudioFrame::buildMenus() {
     Bind(wxEVT_MENU, &StudioFrame::onOpenRecent, this, wxID_FILE1, wxID_FILE9);
     Bind(wxEVT_MENU, &StudioFrame::onSave, this, wxID_SAVE);
     Bind(wxEVT_MENU, &StudioFrame::onSaveAs, this, wxID_SAVEAS);
+    Bind(wxEVT_MENU, &StudioFrame::onRevert, this, wxID_REVERT_TO_SAVED);
     Bind(wxEVT_MENU, &StudioFrame::onExit, this, wxID_EXIT);
     Bind(wxEVT_MENU, &StudioFrame::onUndo, this, wxID_UNDO);
     Bind(wxEVT_MENU, &StudioFrame::onRedo, this, wxID_REDO);
@@ -322,6 +326,21 @@ bool StudioFrame::SaveSceneAs(const wxString& fileName) {
     return true;
 }
 
+bool StudioFrame::RevertScene() {
+    const wxString file = SceneFileName();
+    if (file.empty() || !wxFileName::FileExists(file)) {
+        SetStatusText(file.empty() ? "The scene has never been saved: there is no file to revert to."
+                                   : wxString::Format("\"%s\" no longer exists: there is nothing to revert to.", file),
+                      StatusMessage);
+        return false;
+    }
+    if (HasUnsavedChanges() &&
+        ask(wxString::Format("Throw away your changes to %s and load it again from disk?", wxFileName(file).GetFullName()),
+            "Revert", wxYES_NO | wxNO_DEFAULT | wxICON_QUESTION) != wxYES)
+        return false;
+    return OpenScene(file);
+}
+
 bool StudioFrame::RecoverScene(const wxString& autosaveFile, const wxString& originalFile) {
     std::wstring error;
     if (!m_scene.Load(autosaveFile.ToStdWstring(), &error)) {
@@ -373,6 +392,7 @@ void StudioFrame::sceneReplaced() {
 void StudioFrame::OnSceneChanged(const VelX::XSceneChange&, bool) { requestStatusUpdate(); }
 
 void StudioFrame::requestStatusUpdate() {
+    if (m_overview) m_overview->requestRefresh();
     if (m_statusStale) return;
     m_statusStale = true;
     wxUtils::AppMainLoop::Instance().requestPass();
@@ -408,6 +428,7 @@ void StudioFrame::updateTitle() {
     const wxString file = SceneFileName();
     const wxString name = file.empty() ? wxString("Untitled") : wxFileName(file).GetFullName();
     SetTitle(wxString::Format("%s%s - %s", name, HasUnsavedChanges() ? "*" : "", AppTitle));
+    requestStatusUpdate();
 }
 
 void StudioFrame::onMenuOpen(wxMenuEvent& event) {
@@ -422,16 +443,18 @@ void StudioFrame::Play() {
     VelX::XSimulation& simulation = m_scene.Simulation();
     if (simulation.IsPlaying()) return;
     if (!simulation.Play()) {
-        SetStatusText(simulation.IsTrusted() ? "The start script failed; see the log."
-                                             : "The scene's scripts are not trusted: Playback > Trust Scene Scripts.",
-                      StatusMessage);
+        SetStatusText("The start script failed; see the log.", StatusMessage);
         return;
     }
     VelX::XSceneSettings settings = m_scene.SceneSettings();
     float rate = settings.IsValid() ? settings.FrameRate().Float() : 30.0f;
     if (!(rate > 0.0f) || !std::isfinite(rate)) rate = 30.0f;
     m_playbackTimer.Start(std::max(1, static_cast<int>(std::lround(1000.0f / rate))));
-    SetStatusText("Playing", StatusMessage);
+    SetStatusText(simulation.HasScripts() && !simulation.IsTrusted()
+                      ? "Playing without the scene's scripts: they are not trusted (Playback > Trust Scene Scripts)."
+                      : "Playing",
+                  StatusMessage);
+    requestStatusUpdate();
 }
 
 void StudioFrame::StopPlayback() {
@@ -439,6 +462,7 @@ void StudioFrame::StopPlayback() {
     if (m_scene.Simulation().IsPlaying()) {
         m_scene.Simulation().Stop();
         SetStatusText("Stopped", StatusMessage);
+        requestStatusUpdate();
     }
 }
 
@@ -494,6 +518,8 @@ void StudioFrame::onSaveAs(wxCommandEvent&) {
     if (!file.empty()) SaveSceneAs(file);
 }
 
+void StudioFrame::onRevert(wxCommandEvent&) { RevertScene(); }
+
 void StudioFrame::onExit(wxCommandEvent&) { Close(false); }
 
 void StudioFrame::onUndo(wxCommandEvent&) {
@@ -508,18 +534,26 @@ void StudioFrame::onPlay(wxCommandEvent&) { Play(); }
 void StudioFrame::onStop(wxCommandEvent&) { StopPlayback(); }
 void StudioFrame::onStep(wxCommandEvent&) { StepFrame(); }
 
-void StudioFrame::onTrustScripts(wxCommandEvent&) {
+void StudioFrame::onTrustScripts(wxCommandEvent&) { AskToTrustScripts(); }
+
+void StudioFrame::AskToTrustScripts() {
     VelX::XSimulation& simulation = m_scene.Simulation();
     if (simulation.IsTrusted()) {
         SetStatusText("The scene's scripts are already trusted.", StatusMessage);
         return;
     }
-    const int answer = ask("The start, update and end scripts of this scene came inside its file. Scripts can "
-                           "do anything a script of yours can. Let them run?",
-                           "Trust Scene Scripts", wxYES_NO | wxNO_DEFAULT | wxICON_WARNING);
-    if (answer != wxYES) return;
+    VelX::XSceneSettings settings = m_scene.SceneSettings();
+    const auto language = settings.ScriptingLanguage().Enumeration() == 0 ? TrustScriptsDialog::Language::Python
+                                                                         : TrustScriptsDialog::Language::Lua;
+    const TrustScriptsDialog::Scripts scripts{settings.StartScript().String(), settings.UpdateScript().String(),
+                                              settings.EndScript().String()};
+    const wxString name = SceneFileName().empty() ? wxString("this scene") : wxFileName(SceneFileName()).GetFullName();
+    TrustScriptsDialog dialog(this, name, language, scripts);
+    if (!m_askTrust || !m_askTrust(dialog)) return;
     simulation.TrustScripts();
-    m_logger.information("The scene's scripts are trusted from now on.");
+    m_logger.information(language == TrustScriptsDialog::Language::Python
+                             ? "The scene's Python scripts are trusted from now on; they run with your full rights."
+                             : "The scene's Lua scripts are trusted from now on; they run in the sandbox.");
     requestStatusUpdate();
 }
 

@@ -1,4 +1,4 @@
-#include "StudioFixture.h"
+#include "StudioExplorerFixture.h"
 
 #include <guitest/GuiTest.h>
 #include <orkacore/LayoutManager.h>
@@ -16,39 +16,6 @@ using VelXUI::XSceneExplorer;
 using wxUtils::TreeItem;
 
 namespace {
-
-class StudioExplorer : public StudioFixture {
-protected:
-    void SetUp() override {
-        StudioFixture::SetUp();
-        explorer = dynamic_cast<XSceneExplorer*>(m_frame->PaneLayout().getWindow("SceneExplorer"));
-        ASSERT_NE(explorer, nullptr);
-    }
-    TreeItem* item(const wchar_t* path) { return explorer->ItemOf(scene().Database().Object(std::wstring(path))); }
-    XObject topLevel(const wchar_t* name) {
-        for (int i = 0; i < scene().RootObject().ChildCount(); ++i)
-            if (scene().RootObject().Child(i).Name() == name) return scene().RootObject().Child(i);
-        return XObject();
-    }
-    wxPoint labelPoint(TreeItem* target) {
-        explorer->EnsureVisible(target);
-        GuiTest::pumpEvents(30);
-        const wxRect label = explorer->GetLabelRect(target);
-        return explorer->ClientToScreen(wxPoint(label.x + 8, label.y + label.height / 2));
-    }
-    void click(TreeItem* target, int modifiers = wxMOD_NONE, int button = wxMOUSE_BTN_LEFT) {
-        wxUIActionSimulator input;
-        input.MouseMove(labelPoint(target));
-        GuiTest::pumpEvents(30);
-        if (modifiers != wxMOD_NONE) input.KeyDown(0, modifiers);
-        input.MouseClick(button);
-        if (modifiers != wxMOD_NONE) input.KeyUp(0, modifiers);
-        GuiTest::pumpEvents(300);
-    }
-    std::wstring statusSelection() { return m_frame->GetStatusBar()->GetStatusText(1).ToStdWstring(); }
-
-    XSceneExplorer* explorer = nullptr;
-};
 
 TEST_F(StudioExplorer, DockedOnTheLeftAndListedInTheWindowMenu) {
     Orka::LayoutManager& layout = m_frame->PaneLayout();

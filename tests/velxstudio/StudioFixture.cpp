@@ -1,5 +1,7 @@
 #include "StudioFixture.h"
 
+#include <velxstudio/TrustScriptsDialog.h>
+
 #include <guitest/GuiTest.h>
 #include <velwidgets/AppMainLoop.h>
 #include <velxcore/XApplication.h>
@@ -40,6 +42,7 @@ void StudioFixture::openFrame(const StudioFrame::Options& options) {
         return answer;
     });
     m_frame->SetFileChooser([this](bool) { return m_chosenFile; });
+    m_frame->SetTrustQuestion([](TrustScriptsDialog&) { return false; });
     m_frame->SetPosition(wxPoint(0, 0));
     m_frame->Show();
     GuiTest::waitUntil([this] { return m_frame->IsShownOnScreen(); });
@@ -63,6 +66,15 @@ void StudioFixture::focusFrame() {
     GuiTest::pumpEvents(50);
     m_frame->SetFocus();
     GuiTest::pumpEvents(50);
+}
+
+void StudioFixture::click(wxWindow* window) {
+    wxUIActionSimulator simulator;
+    const wxRect area = window->GetScreenRect();
+    simulator.MouseMove(area.GetLeft() + area.GetWidth() / 2, area.GetTop() + area.GetHeight() / 2);
+    GuiTest::pumpEvents(30);
+    simulator.MouseClick();
+    GuiTest::pumpEvents(30);
 }
 
 void StudioFixture::renameAsOneStep(const wchar_t* path, const wchar_t* newName, const wchar_t* stepName) {

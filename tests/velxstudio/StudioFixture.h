@@ -20,6 +20,8 @@ protected:
     void openFrame(const StudioFrame::Options& options);
     // Moves the pointer over the frame so that simulated keys reach it.
     void focusFrame();
+    // Moves the pointer to the middle of the window and clicks it with the left button.
+    static void click(wxWindow* window);
     // Renames an object as one named undo step.
     void renameAsOneStep(const wchar_t* path, const wchar_t* newName, const wchar_t* stepName);
 

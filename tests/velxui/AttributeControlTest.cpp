@@ -504,3 +504,28 @@ TEST_F(AttributeControlTest, TabFromTheLastTypableRowEditsTheNextList) {
 }
 
 }  // namespace
+
+TEST_F(AttributeControlTest, TextThatIsNotANumberIsRefusedWithAMessage) {
+    frame->CreateStatusBar();
+    select({L"HandTarget"});
+    XAttributeListControl* list = control().ListControls()[0];
+    const int r = row(0, L"scaleX");
+    const float before = attribute(L"HandTarget.scaleX").Float();
+    const std::size_t logged = VelX::XApplication::Instance().LogLines().size();
+    const wxRect rect = list->getItemRect(r);
+    wxUIActionSimulator input;
+    input.MouseMove(list->ClientToScreen(wxPoint(list->getNameColumnWidth() + 10, rect.y + rect.height / 2)));
+    GuiTest::pumpEvents(30);
+    input.MouseClick();
+    GuiTest::pumpEvents(60);
+    ASSERT_TRUE(list->isEditing());
+    input.Text("abc");
+    input.Char(WXK_RETURN);
+    GuiTest::pumpEvents(60);
+    EXPECT_FLOAT_EQ(attribute(L"HandTarget.scaleX").Float(), before);
+    const wxString note = frame->GetStatusBar()->GetStatusText(0);
+    EXPECT_TRUE(note.StartsWith("\"abc\" is not a number")) << note;
+    EXPECT_TRUE(note.Contains(list->GetAttributeGroup(r)->getLabel())) << note;
+    ASSERT_GT(VelX::XApplication::Instance().LogLines().size(), logged);
+    EXPECT_EQ(wxString(VelX::XApplication::Instance().LogLines().back()), note);
+}

@@ -29,12 +29,15 @@ public:
     void OnSceneChanged(const VelX::XSceneChange&, bool) override { requestRefresh(); }
     void onAppMainLoopRedraw() override;
 
-    // The lines the panel shows now (for tests and the status bar).
+    // Gathers again on the next pass: for what changes without a scene change (the file name after
+    // Save As, playing, trust).
+    void requestRefresh();
+    // The title and lines the panel shows now (for tests and the status bar).
+    const wxString& title() const { return m_title; }
     const std::vector<wxString>& lines() const { return m_lines; }
     unsigned gatherCount() const { return m_gathers; }
 
 private:
-    void requestRefresh();
     void gather();
     void onPaint(wxPaintEvent& event);
 

@@ -22,6 +22,7 @@ class XScene;
 class SceneAutosave;
 class SceneChangeTracker;
 class SceneOverviewPanel;
+class TrustScriptsDialog;
 
 // The studio's main window: the docked panes, the menus (File, Edit, Playback, View, Window), the
 // status bar, playback, unsaved-change protection and the remembered window layout.
@@ -37,6 +38,8 @@ public:
     // Questions the frame asks the user; tests answer them without a modal dialog.
     using Prompt = std::function<int(const wxString& message, const wxString& caption, long style)>;
     using FileChooser = std::function<wxString(bool forSaving)>;
+    // Shows the trust question; true when the user trusts. Tests drive the dialog themselves.
+    using TrustQuestion = std::function<bool(TrustScriptsDialog& dialog)>;
 
     StudioFrame(VelX::XScene& scene, Orka::Logger& logger, const Options& options);
     ~StudioFrame() override;
@@ -46,6 +49,8 @@ public:
     bool OpenScene(const wxString& fileName);
     bool SaveScene();
     bool SaveSceneAs(const wxString& fileName);
+    // Throws away unsaved changes (after asking) and loads the scene's file again.
+    bool RevertScene();
     // Asks to save unsaved changes; false when the user cancelled or the save failed.
     bool ConfirmDiscardChanges();
     // Takes a recovered autosave as the open scene: unsaved, and saved under its original name.
@@ -54,6 +59,9 @@ public:
     bool HasUnsavedChanges() const;
     void SetPrompt(Prompt prompt) { m_prompt = std::move(prompt); }
     void SetFileChooser(FileChooser chooser) { m_chooseFile = std::move(chooser); }
+    void SetTrustQuestion(TrustQuestion question) { m_askTrust = std::move(question); }
+    // Asks the user to trust the scene's scripts (Playback > Trust Scene Scripts).
+    void AskToTrustScripts();
 
     // Starts or stops playback; steps one frame.
     void Play();
@@ -101,6 +109,7 @@ private:
     void onOpenRecent(wxCommandEvent& event);
     void onSave(wxCommandEvent&);
     void onSaveAs(wxCommandEvent&);
+    void onRevert(wxCommandEvent&);
     void onExit(wxCommandEvent&);
     void onUndo(wxCommandEvent&);
     void onRedo(wxCommandEvent&);
@@ -129,6 +138,7 @@ private:
     bool m_statusStale = true;
     Prompt m_prompt;
     FileChooser m_chooseFile;
+    TrustQuestion m_askTrust;
 
     const int m_playId;
     const int m_stopId;

@@ -1,6 +1,7 @@
 #include <velxui/XAttributeControl.h>
 #include <velxui/XAttributeEditor.h>
 #include <velxui/XAttributeListControl.h>
+#include <velxui/XStatusNote.h>
 
 #include <velwidgets/VelPopupMenu.h>
 #include <velxcore/XScene.h>
@@ -91,6 +92,10 @@ void XAttributeListControl::OnContextMenu(wxUtils::VelListEvent& event) {
     menu.appendItem(m_control.CommandId(6), XAttributeEditor::CommandNames[6]);
     // The chosen command arrives as a menu event that climbs to the attribute control.
     menu.popup(this, event.getPosition());
+}
+
+void XAttributeListControl::onTextRefused(int, const wxString&, const wxString& reason) {
+    XStatusNote::Show(this, reason);
 }
 
 }  // namespace VelXUI

@@ -2,6 +2,7 @@
 
 #include <velxui/SceneExplorerItemTypes.h>
 #include <velxui/TreeItemMap.h>
+#include <velxui/XStatusNote.h>
 
 #include <velwidgets/VelTreeControlSelectionEventDisabler.h>
 #include <velxcore/XApplication.h>
@@ -14,6 +15,8 @@
 #include <wx/clipbrd.h>
 #include <wx/dataobj.h>
 #include <wx/utils.h>
+
+#include <algorithm>
 
 namespace VelXUI {
 
@@ -133,6 +136,7 @@ void XSceneExplorer::recursiveCreateChildItems(const XObject& object, NavigatorT
     object.ChildObjects(children);
     if (children.size() > 1) item->ReserveChildren(children.size());
     for (const XObject& child : children) {
+        if (isHiddenInExplorer(child)) continue;
         std::wstring coreType = child.ObjectType();
         auto known = m_buildTypes.find(coreType);
         if (known == m_buildTypes.end()) known = m_buildTypes.emplace(std::move(coreType), &getNavigatorItemType(child)).first;
@@ -221,11 +225,32 @@ void XSceneExplorer::OnSceneLoaded(VelX::XScene&) {
     }
     m_missedChanges = false;
     EnsureVisible(nullptr);
+    // Expansion is the user's view of the tree: branches open before a reload or a catch-up after
+    // being hidden open again when their objects are still there (by path).
+    if (GetRoot()) rememberExpanded(GetRoot(), std::wstring());
     DeleteAllItems();
     createTreeItems();
     initialiseTreeItems();
+    for (const std::wstring& path : m_expandedPaths)
+        if (TreeItem* item = findTreeItemInMap(path); item && item != GetRoot() && item->HasChildren()) item->Expand();
     clearTreeItemSelection();
     updateTreeItemSelection();
+}
+
+void XSceneExplorer::rememberExpanded(TreeItem* item, const std::wstring& itemPath) {
+    // Only open branches are walked: what lies under a closed one keeps its remembered state. Paths
+    // come from the labels, since the objects behind the items may already be gone (a load).
+    for (TreeItem* child : *item) {
+        if (!child->HasChildren()) continue;
+        const std::wstring path = itemPath.empty() ? child->GetLabel().ToStdWstring()
+                                                   : itemPath + L"/" + child->GetLabel().ToStdWstring();
+        if (!child->IsExpanded()) {
+            m_expandedPaths.erase(path);
+            continue;
+        }
+        m_expandedPaths.insert(path);
+        rememberExpanded(child, path);
+    }
 }
 
 void XSceneExplorer::OnSceneChanged(const VelX::XSceneChange& change, bool) {
@@ -241,6 +266,11 @@ void XSceneExplorer::OnSceneChanged(const VelX::XSceneChange& change, bool) {
     databaseChange.DeletedObjects(deleted);
     databaseChange.RenamedObjects(renamed);
     databaseChange.ReparentedObjects(reparented);
+    if (databaseChange.IsAttributeNameChanged(L"hiddenInExplorer")) {
+        // Rare: objects came into the tree or left it; build it again, keeping what is expanded.
+        OnSceneLoaded(Scene());
+        return;
+    }
     if (created.empty() && deleted.empty() && renamed.empty() && reparented.empty()) return;
     VelX::XDatabase* database = &Scene().Database();
     for (const XObject& object : deleted) removeTreeItem(object);
@@ -248,6 +278,20 @@ void XSceneExplorer::OnSceneChanged(const VelX::XSceneChange& change, bool) {
         if (object.DatabasePointer() == database) addTreeItem(object);
     for (const XObject& object : reparented)
         if (object.DatabasePointer() == database) reparentTreeItem(object);
+    // Several objects placed under one parent may each have been placed against a sibling that was
+    // itself still out of place: put those parents' items in the scene's order once more.
+    if (created.size() + reparented.size() > 1) {
+        std::vector<XObject> parents;
+        for (const auto* list : {&created, &reparented})
+            for (const XObject& object : *list)
+                if (object.DatabasePointer() == database && object.IsValid()) parents.push_back(object.Parent());
+        std::sort(parents.begin(), parents.end(),
+                  [](const XObject& a, const XObject& b) { return a.ObjectID() < b.ObjectID(); });
+        parents.erase(std::unique(parents.begin(), parents.end(),
+                                  [](const XObject& a, const XObject& b) { return a.ObjectID() == b.ObjectID(); }),
+                      parents.end());
+        for (const XObject& parent : parents) sortChildrenInSceneOrder(parent);
+    }
     for (const XObject& object : renamed)
         if (object.DatabasePointer() == database) renameTreeItem(object);
     Refresh(true);
@@ -275,9 +319,48 @@ void XSceneExplorer::OnSceneSelectionChanged(VelX::XScene&, bool) {
 // Incremental edits
 
 void XSceneExplorer::addTreeItem(const XObject& object) {
-    if (findTreeItemInMap(object.ObjectID())) return;
+    if (findTreeItemInMap(object.ObjectID()) || isHiddenInExplorer(object)) return;
     TreeItem* parent = findTreeItemInMap(object.Parent().ObjectID());
-    createTreeItem(object, parent ? parent : GetRoot());
+    if (NavigatorTreeItem* item = createTreeItem(object, parent ? parent : GetRoot())) {
+        placeInSceneOrder(object, item);
+    }
+}
+
+bool XSceneExplorer::isHiddenInExplorer(const XObject& object) {
+    static const std::wstring hidden = L"hiddenInExplorer";
+    const VelX::XAttribute attribute = object.Attribute(hidden);
+    return attribute.IsValid() && attribute.Boolean();
+}
+
+void XSceneExplorer::sortChildrenInSceneOrder(const XObject& parent) {
+    TreeItem* parentItem = parent.ObjectID() == Scene().RootObject().ObjectID() ? GetRoot()
+                                                                                : findTreeItemInMap(parent.ObjectID());
+    if (!parentItem) return;
+    size_t position = 0;
+    for (int i = 0, count = parent.ChildCount(); i < count; ++i) {
+        TreeItem* item = findTreeItemInMap(parent.Child(i).ObjectID());
+        if (!item || item->GetParent() != parentItem) continue;
+        if (parentItem->GetChild(position) != item) item->Reparent(parentItem, parentItem->GetChild(position));
+        ++position;
+    }
+}
+
+void XSceneExplorer::placeInSceneOrder(const XObject& object, TreeItem* item) {
+    // Before the item of the next sibling in the scene that has one under the same parent item.
+    TreeItem* parentItem = item->GetParent();
+    const XObject parent = object.Parent();
+    if (!parentItem || !parent.IsValid()) return;
+    const int count = parent.ChildCount();
+    int index = 0;
+    while (index < count && parent.Child(index).ObjectID() != object.ObjectID()) ++index;
+    for (int next = index + 1; next < count; ++next) {
+        TreeItem* sibling = findTreeItemInMap(parent.Child(next).ObjectID());
+        if (sibling && sibling->GetParent() == parentItem) {
+            item->Reparent(parentItem, sibling);
+            return;
+        }
+    }
+    if (item != parentItem->GetChild(parentItem->GetChildCount() - 1)) item->Reparent(parentItem);
 }
 
 void XSceneExplorer::removeTreeItem(const XObject& object) {
@@ -311,6 +394,7 @@ void XSceneExplorer::reparentTreeItem(const XObject& object) {
     if (!item) return;
     TreeItem* parent = findTreeItemInMap(object.Parent().ObjectID());
     item->Reparent(parent ? parent : GetRoot());
+    placeInSceneOrder(object, item);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -394,6 +478,8 @@ TreeItem* XSceneExplorer::findTreeItemInMap(int objectId) const {
 }
 
 TreeItem* XSceneExplorer::findTreeItemInMap(const std::wstring& path) const {
+    // The scene root has no path of its own: the empty path stands for it.
+    if (path.empty()) return GetRoot();
     const XObject object = Scene().Database().Object(path);
     const int id = object.ObjectID();
     return id == 0 ? nullptr : findTreeItemInMap(id);
@@ -424,7 +510,8 @@ void XSceneExplorer::recursiveListChildren(TreeItem* item, std::vector<std::wstr
 void XSceneExplorer::selectBranch(const std::wstring& path) {
     TreeItem* item = findTreeItemInMap(path);
     if (!item) return;
-    std::vector<std::wstring> paths{path};
+    std::vector<std::wstring> paths;
+    if (!path.empty()) paths.push_back(path);
     recursiveListChildren(item, paths);
     Scene().Selection().Select(paths);
 }
@@ -432,7 +519,8 @@ void XSceneExplorer::selectBranch(const std::wstring& path) {
 void XSceneExplorer::deselectBranch(const std::wstring& path) {
     TreeItem* item = findTreeItemInMap(path);
     if (!item) return;
-    std::vector<std::wstring> paths{path};
+    std::vector<std::wstring> paths;
+    if (!path.empty()) paths.push_back(path);
     recursiveListChildren(item, paths);
     Scene().Selection().Deselect(paths);
 }
@@ -541,8 +629,17 @@ void XSceneExplorer::onEndRename(wxUtils::TreeEvent& event) {
     if (event.IsEditCancelled()) return;
     XObject object = Scene().Database().Object(contextPath());
     if (!object.IsValid() || object.ObjectID() == 0) return;
-    object.SetName(event.GetLabel().ToStdWstring());
+    const std::wstring typed = event.GetLabel().ToStdWstring();
+    object.SetName(typed);
     renameTreeItem(object);
+    // The core may have changed what was typed: say so, with the name the object got.
+    const std::wstring given = object.Name();
+    if (given == typed) return;
+    const bool rewritten = VelX::XDatabase::ValidName(typed) != typed;
+    XStatusNote::Show(this, wxString::Format("Renamed to \"%s\": %s", given,
+                                             rewritten ? "names hold only letters, digits and underscores and do "
+                                                         "not start with a digit."
+                                                       : wxString::Format("\"%s\" is already taken here.", typed)));
 }
 
 void XSceneExplorer::onPaintWhenShown(wxPaintEvent& event) {
@@ -559,6 +656,12 @@ void XSceneExplorer::onTreeKey(wxUtils::TreeEvent& event) {
     // Delete removes the selected objects with everything below them, as one undo step.
     if (event.GetKeyCode() == WXK_DELETE && event.GetKeyModifiers() == wxMOD_NONE &&
         Scene().Selection().Count() > 0) {
+        // In sub-object edit mode the selection is of parts of objects, which the tree does not show:
+        // Delete here must not take the whole objects with it.
+        if (Scene().Selection().IsSubObjectEditMode()) {
+            XStatusNote::Show(this, "Delete in the scene explorer deletes objects; leave sub-object edit mode first.");
+            return;
+        }
         inChangeBlock([this] { Scene().DeleteSelection(); }, L"Delete");
         return;
     }

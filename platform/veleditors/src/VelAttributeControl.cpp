@@ -3,6 +3,7 @@
 #include <velwidgets/GUIServices.h>
 
 #include <wx/dc.h>
+#include <wx/frame.h>
 #include <wx/menu.h>
 #include <wx/textctrl.h>
 
@@ -383,25 +384,36 @@ void VelAttributeControl::cancelEdit() {
 bool VelAttributeControl::commitText(int row, const wxString& text) {
     const VelAttributeGroup* group = GetAttributeGroup(row);
     if (!group) return false;
-    // Text that is not a number leaves the value as it was; the field simply closes.
+    // Text that is not a number leaves the value as it was, and the owner says why.
+    const auto refuse = [&](const char* kind) {
+        const wxString shown = text.length() > 40 ? text.Left(40) + "..." : text;
+        onTextRefused(row, text,
+                      wxString::Format("\"%s\" is not %s: %s keeps its value.", shown, kind, group->getLabel()));
+        return false;
+    };
     switch (group->getType()) {
     case VelAttribute::Integer: {
         int value = 0;
         if (!parseInteger(text, value)) {
             float real = 0.0f;  // "2.7" in an integer row means 2
-            if (!parseFloat(text, real)) return false;
+            if (!parseFloat(text, real)) return refuse("a whole number");
             return onSetAttributes(real);
         }
         return onSetAttributes(value);
     }
     case VelAttribute::Float: {
         float value = 0.0f;
-        if (!parseFloat(text, value)) return false;
+        if (!parseFloat(text, value)) return refuse("a number");
         return onSetAttributes(value);
     }
     case VelAttribute::String: return onSetAttributes(text);
     default: return false;
     }
+}
+
+void VelAttributeControl::onTextRefused(int, const wxString&, const wxString& reason) {
+    if (auto* frame = dynamic_cast<wxFrame*>(wxGetTopLevelParent(this)))
+        if (frame->GetStatusBar()) frame->SetStatusText(reason, 0);
 }
 
 void VelAttributeControl::onEditorEnter(wxCommandEvent&) {

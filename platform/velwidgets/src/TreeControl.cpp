@@ -226,7 +226,6 @@ long TreeControl::GetRowOf(const TreeItem* item) const {
 
 void TreeControl::EnsureVisible(TreeItem* item) {
     if (!item) {
-        EndLabelEdit(true);
         m_pendingVisible = nullptr;
         return;
     }

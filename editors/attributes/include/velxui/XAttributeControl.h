@@ -59,6 +59,8 @@ public:
 
     // Scene, settings, colour and main-loop notifications.
     void OnSceneLoaded(VelX::XScene& scene) override;
+    // File > New replaces the scene as a load does.
+    void OnSceneCreated(VelX::XScene& scene) override { OnSceneLoaded(scene); }
     void OnSceneSelectionChanged(VelX::XScene& scene, bool transient) override;
     void OnSceneChanged(const VelX::XSceneChange& change, bool transient) override;
     void OnSettingsLoaded(VelX::XSettings& settings) override;

@@ -35,6 +35,7 @@ protected:
     bool onSetAttributes(bool value) override;
     bool onSetAttributes(float value) override;
     bool onSetAttributes(const wxString& value) override;
+    void onTextRefused(int row, const wxString& text, const wxString& reason) override;
     void onBeginInteractiveEdit() override;
     void onEndInteractiveEdit() override;
     bool onRequestEditNextList(bool backwards) override;

@@ -9,6 +9,7 @@
 #include <memory>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 namespace VelX {
@@ -72,6 +73,8 @@ public:
 
     wxWindow* Window() const override;
     void OnSceneLoaded(VelX::XScene& scene) override;
+    // File > New replaces the scene as a load does.
+    void OnSceneCreated(VelX::XScene& scene) override { OnSceneLoaded(scene); }
     void OnSceneChanged(const VelX::XSceneChange& change, bool transient) override;
     void OnSceneSelectionChanged(VelX::XScene& scene, bool transient) override;
 
@@ -145,12 +148,20 @@ private:
                                               const std::wstring& typeName);
     wxUtils::NavigatorItemType* itemType(const std::wstring& typeName);
     std::wstring contextPath() const { return getObjectPath(GetFocusItem()); }
+    // Objects whose "hiddenInExplorer" attribute is on get no item (nor do their children).
+    static bool isHiddenInExplorer(const VelX::XObject& object);
+    // Moves a new or reparented item to its object's place among its siblings in the scene.
+    void placeInSceneOrder(const VelX::XObject& object, wxUtils::TreeItem* item);
+    void sortChildrenInSceneOrder(const VelX::XObject& parent);
+    // Notes which branches are open (by object path), so that a rebuild opens them again.
+    void rememberExpanded(wxUtils::TreeItem* item, const std::wstring& itemPath);
     // Runs a command's scene edit inside one change block.
     template <class Edit>
     void inChangeBlock(Edit&& edit, const std::wstring& undoLabel = std::wstring());
 
     int m_editorIndex;
     bool m_missedChanges = false;  // a notification was dropped while hidden
+    std::unordered_set<std::wstring> m_expandedPaths;
     int m_commandIds[CommandCount];
     std::unique_ptr<TreeItemMap> m_itemMap;
     // Registered types by name, found once: building a large tree asks for one per item.

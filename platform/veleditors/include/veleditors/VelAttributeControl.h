@@ -62,6 +62,9 @@ protected:
     virtual bool onSetAttributes(bool value);
     virtual bool onSetAttributes(float value);
     virtual bool onSetAttributes(const wxString& value);
+    // Typed text the row's kind cannot take (not a number in a number row): the value stays as it
+    // was and the owner says so. The default puts the reason in the frame's status bar.
+    virtual void onTextRefused(int row, const wxString& text, const wxString& reason);
     // Around a scrub: the owner may open one change block for the whole drag.
     virtual void onBeginInteractiveEdit();
     virtual void onEndInteractiveEdit();

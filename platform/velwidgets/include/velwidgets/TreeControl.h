@@ -52,9 +52,9 @@ public:
     void ExpandAll(TreeItem* item = nullptr);
     void CollapseAll(TreeItem* item = nullptr);
 
-    // Scrolls the item into view, expanding its ancestors. With null it ends any label edit
-    // (cancelled) and forgets a pending scroll: callers do that before a structural edit, since the
-    // item under an editor or waiting to be scrolled to may be about to go.
+    // Scrolls the item into view, expanding its ancestors. With null it forgets a pending scroll:
+    // callers do that before a structural edit, since the item waiting to be scrolled to may be
+    // about to go. A label edit goes on unless its own item (or an ancestor) is detached.
     void EnsureVisible(TreeItem* item);
 
     // Selection in selection order. SetSelection ignores null, foreign and repeated items.
