@@ -350,9 +350,10 @@ void XSceneExplorer::placeInSceneOrder(const XObject& object, TreeItem* item) {
     TreeItem* parentItem = item->GetParent();
     const XObject parent = object.Parent();
     if (!parentItem || !parent.IsValid()) return;
+    // Created and reparented objects usually go last: look for the object from the end.
     const int count = parent.ChildCount();
-    int index = 0;
-    while (index < count && parent.Child(index).ObjectID() != object.ObjectID()) ++index;
+    int index = count - 1;
+    while (index > 0 && parent.Child(index).ObjectID() != object.ObjectID()) --index;
     for (int next = index + 1; next < count; ++next) {
         TreeItem* sibling = findTreeItemInMap(parent.Child(next).ObjectID());
         if (sibling && sibling->GetParent() == parentItem) {
