@@ -85,6 +85,17 @@ protected:
         wxCommandEvent event(wxEVT_MENU, control().CommandId(index));
         control().GetEventHandler()->ProcessEvent(event);
     }
+    // Clicks the row's value, which opens its field, and types the text (Enter not yet pressed).
+    static void typeIntoRow(XAttributeListControl* list, int row, const char* text) {
+        const wxRect rect = list->getItemRect(row);
+        wxUIActionSimulator input;
+        input.MouseMove(list->ClientToScreen(wxPoint(list->getNameColumnWidth() + 10, rect.y + rect.height / 2)));
+        GuiTest::pumpEvents(30);
+        input.MouseClick();
+        GuiTest::pumpEvents(60);
+        ASSERT_TRUE(list->isEditing());
+        input.Text(text);
+    }
     size_t undoSteps() {
         size_t steps = 0;
         while (scene().Database().CanUndo() && scene().Database().Undo()) ++steps;
@@ -427,15 +438,8 @@ TEST_F(AttributeControlTest, TypedValueWritesEverySelectedObjectAsOneUndoStep) {
     XAttributeListControl* list = control().ListControls()[0];
     const int r = row(0, L"scaleX");
     const wxString before = list->GetAttributeGroup(r)->getValueText();
-    const wxRect rect = list->getItemRect(r);
-    wxUIActionSimulator input;
-    input.MouseMove(list->ClientToScreen(wxPoint(list->getNameColumnWidth() + 10, rect.y + rect.height / 2)));
-    GuiTest::pumpEvents(30);
-    input.MouseClick();
-    GuiTest::pumpEvents(60);
-    ASSERT_TRUE(list->isEditing());
-    input.Text("1.75");
-    input.Char(WXK_RETURN);
+    typeIntoRow(list, r, "1.75");
+    wxUIActionSimulator().Char(WXK_RETURN);
     GuiTest::pumpEvents(60);
     EXPECT_FLOAT_EQ(attribute(L"HandTarget.scaleX").Float(), 1.75f);
     EXPECT_FLOAT_EQ(attribute(L"LookAtMarker.scaleX").Float(), 1.75f);
@@ -512,15 +516,8 @@ TEST_F(AttributeControlTest, TextThatIsNotANumberIsRefusedWithAMessage) {
     const int r = row(0, L"scaleX");
     const float before = attribute(L"HandTarget.scaleX").Float();
     const std::size_t logged = VelX::XApplication::Instance().LogLines().size();
-    const wxRect rect = list->getItemRect(r);
-    wxUIActionSimulator input;
-    input.MouseMove(list->ClientToScreen(wxPoint(list->getNameColumnWidth() + 10, rect.y + rect.height / 2)));
-    GuiTest::pumpEvents(30);
-    input.MouseClick();
-    GuiTest::pumpEvents(60);
-    ASSERT_TRUE(list->isEditing());
-    input.Text("abc");
-    input.Char(WXK_RETURN);
+    typeIntoRow(list, r, "abc");
+    wxUIActionSimulator().Char(WXK_RETURN);
     GuiTest::pumpEvents(60);
     EXPECT_FLOAT_EQ(attribute(L"HandTarget.scaleX").Float(), before);
     const wxString note = frame->GetStatusBar()->GetStatusText(0);
