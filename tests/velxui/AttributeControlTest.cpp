@@ -10,12 +10,15 @@
 #include <velxcore/XApplication.h>
 #include <velxcore/XDemoScene.h>
 #include <velxcore/XLuaScript.h>
+#include <velxcore/XAnimation.h>
 #include <velxcore/XScene.h>
+#include <velxcore/XSceneSettings.h>
 
 #include <veldatabase/Database.h>
 
 #include <gtest/gtest.h>
 #include <wx/frame.h>
+#include <wx/menu.h>
 #include <wx/sizer.h>
 #include <wx/timer.h>
 #include <wx/uiaction.h>
@@ -452,18 +455,29 @@ TEST_F(AttributeControlTest, TypedValueWritesEverySelectedObjectAsOneUndoStep) {
     EXPECT_EQ(list->GetAttributeGroup(r)->getValueText(), before);
 }
 
-TEST_F(AttributeControlTest, RightClickOnOnlyReadOnlyRowsShowsNoMenu) {
-    select({L"LookAtMarker"});  // its translate Y is driven by a connection: read-only
+TEST_F(AttributeControlTest, TheRowMenuOpensOnEveryRowWithTheCommandsThatApply) {
+    select({L"LookAtMarker"});  // its translate Y is driven by a connection
     XAttributeListControl* list = control().ListControls()[0];
     const int driven = row(0, L"translateY");
     const int free = row(0, L"translateZ");
-    ASSERT_TRUE(list->isItemReadOnly(driven));
-    int menus = 0;
+    struct Seen {
+        int menus = 0;
+        bool key = false, clearKeys = false, clearInputs = false;
+    } seen;
     list->Bind(wxEVT_MENU_OPEN, [&](wxMenuEvent& event) {
-        ++menus;
+        ++seen.menus;
+        if (wxMenu* menu = event.GetMenu()) {
+            const auto enabled = [&](int command) {
+                wxMenuItem* item = menu->FindItem(control().CommandId(command));
+                return item && item->IsEnabled();
+            };
+            seen.key = enabled(0);
+            seen.clearKeys = enabled(2);
+            seen.clearInputs = enabled(4);
+        }
         event.Skip();
     });
-    // A menu that does open is closed again by the keys from this timer, so the test cannot hang.
+    // The menu is closed again by the keys from this timer, so the test cannot hang.
     wxTimer escape;
     escape.Bind(wxEVT_TIMER, [](wxTimerEvent&) { wxUIActionSimulator().Char(WXK_ESCAPE); });
     auto rightClick = [&](int r) {
@@ -477,19 +491,62 @@ TEST_F(AttributeControlTest, RightClickOnOnlyReadOnlyRowsShowsNoMenu) {
     };
     rightClick(driven);
     EXPECT_EQ(list->getSelectedItems(), std::vector<int>({driven}));
-    EXPECT_EQ(menus, 0);
+    ASSERT_EQ(seen.menus, 1) << "a driven row gave no menu";
+    EXPECT_TRUE(seen.clearInputs);
+    EXPECT_FALSE(seen.clearKeys);
     rightClick(free);
-    EXPECT_EQ(menus, 1);
+    ASSERT_EQ(seen.menus, 2);
+    EXPECT_TRUE(seen.key);
+    EXPECT_FALSE(seen.clearInputs);
+    EXPECT_FALSE(seen.clearKeys);
+}
+
+TEST_F(AttributeControlTest, TypingIntoAKeyedRowKeysEveryObjectAndADrivenRowSaysWhatDrivesIt) {
+    frame->CreateStatusBar();
+    VelX::XSceneSettings settings = scene().SceneSettings();
+    settings.SetFrame(1);
+    for (const wchar_t* path : {L"HandTarget.translateX", L"Ground.translateX"}) attribute(path).SetKeyframe();
+    settings.SetFrame(5);
+    select({L"HandTarget", L"Ground"});
+    scene().Database().db().clearUndo();
+    pass();
+    XAttributeListControl* list = control().ListControls()[0];
+    const int keyed = row(0, L"translateX");
+    ASSERT_FALSE(list->isItemReadOnly(keyed)) << "a keyed row takes no typing";
+    std::vector<int> keysBefore;
+    for (const wchar_t* path : {L"HandTarget.translateX", L"Ground.translateX"})
+        keysBefore.push_back(attribute(path).Animation().KeyframeCount());
+    typeIntoRow(list, keyed, "3");
+    wxUIActionSimulator().Char(WXK_RETURN);
+    GuiTest::pumpEvents(60);
+    int i = 0;
+    for (const wchar_t* path : {L"HandTarget.translateX", L"Ground.translateX"}) {
+        EXPECT_FLOAT_EQ(attribute(path).Float(), 3.0f) << wxString(path);
+        EXPECT_EQ(attribute(path).Animation().KeyframeCount(), keysBefore[i++] + 1) << wxString(path);
+    }
+    EXPECT_EQ(undoSteps(), 1u);
+
+    select({L"LookAtMarker"});  // translate Y is driven by a connection
+    list = control().ListControls()[0];
+    const int driven = row(0, L"translateY");
+    const float before = attribute(L"LookAtMarker.translateY").Float();
+    typeIntoRow(list, driven, "9");
+    wxUIActionSimulator().Char(WXK_RETURN);
+    GuiTest::pumpEvents(60);
+    EXPECT_FLOAT_EQ(attribute(L"LookAtMarker.translateY").Float(), before);
+    const wxString note = frame->GetStatusBar()->GetStatusText(0);
+    const VelX::XAttribute driver = attribute(L"LookAtMarker.translateY").InputAttribute();
+    EXPECT_TRUE(note.Contains("driven by " + wxString(driver.Path()))) << note;
 }
 
 TEST_F(AttributeControlTest, TabFromTheLastTypableRowEditsTheNextList) {
     lua("AttributeEditor = {AttributeSets = function(t)\n"
-        "  return {{'A', {'translateX', 'translateZ', 'translateY'}}, {'B', {'inheritsTransform', 'scaleX'}}}\n"
+        "  return {{'A', {'translateX', 'translateY', 'translateZ'}}, {'B', {'inheritsTransform', 'scaleX'}}}\n"
         "end}");
-    select({L"LookAtMarker"});  // translate Y is driven: read-only, so translate Z is the last to type
+    select({L"LookAtMarker"});
     XAttributeListControl* first = control().ListControls()[0];
     XAttributeListControl* second = control().ListControls()[1];
-    ASSERT_TRUE(first->beginEdit(1));
+    ASSERT_TRUE(first->beginEdit(2));
     wxUIActionSimulator input;
     input.Text("0.5");
     input.Char(WXK_TAB);
@@ -502,7 +559,7 @@ TEST_F(AttributeControlTest, TabFromTheLastTypableRowEditsTheNextList) {
     input.Char(WXK_TAB, wxMOD_SHIFT);  // and back
     GuiTest::pumpEvents(80);
     EXPECT_TRUE(first->isEditing());
-    EXPECT_EQ(first->getEditRow(), 1);
+    EXPECT_EQ(first->getEditRow(), 2);
     input.Char(WXK_ESCAPE);
     GuiTest::pumpEvents(40);
 }

@@ -1,6 +1,7 @@
 #include <velxui/XAttributeControl.h>
 #include <velxui/XAttributeEditor.h>
 #include <velxui/XAttributeListControl.h>
+#include <velxui/XAttributeSource.h>
 #include <velxui/XStatusNote.h>
 
 #include <velwidgets/VelPopupMenu.h>
@@ -79,17 +80,31 @@ wxUtils::VelListItem XAttributeListControl::onRequestItemHitTest(const wxPoint& 
 }
 
 void XAttributeListControl::OnContextMenu(wxUtils::VelListEvent& event) {
-    const std::vector<int> selected = getSelectedItems();
-    const bool anyWritable =
-        std::any_of(selected.begin(), selected.end(), [this](int row) { return !isItemReadOnly(row); });
-    if (!anyWritable) return;
+    // The menu opens on every row; each command is enabled when it applies to a selected row.
+    bool keyable = false, animated = false, connected = false, unifiable = false;
+    for (int row : getSelectedItems()) {
+        const wxUtils::VelAttributeGroup* group = GetAttributeGroup(row);
+        const auto* source = group ? static_cast<const XAttributeSource*>(group->getAttribute()) : nullptr;
+        if (!source) continue;
+        const bool editable = !isItemReadOnly(row);
+        keyable = keyable || (editable && source->anyKeyable());
+        animated = animated || source->anyAnimated();
+        connected = connected || source->anyConnected();
+        unifiable = unifiable || (editable && source->attributeCount() > 1);
+    }
     wxUtils::VelPopupMenu menu;
-    menu.appendItem(m_control.CommandId(0), XAttributeEditor::CommandNames[0]);
+    const int key = m_control.CommandId(0), clearKeys = m_control.CommandId(2), clearInputs = m_control.CommandId(4),
+              unify = m_control.CommandId(6);
+    menu.appendItem(key, XAttributeEditor::CommandNames[0]);
     menu.appendSeparator();
-    menu.appendItem(m_control.CommandId(2), XAttributeEditor::CommandNames[2]);
-    menu.appendItem(m_control.CommandId(4), XAttributeEditor::CommandNames[4]);
+    menu.appendItem(clearKeys, XAttributeEditor::CommandNames[2]);
+    menu.appendItem(clearInputs, XAttributeEditor::CommandNames[4]);
     menu.appendSeparator();
-    menu.appendItem(m_control.CommandId(6), XAttributeEditor::CommandNames[6]);
+    menu.appendItem(unify, XAttributeEditor::CommandNames[6]);
+    menu.enableItem(key, keyable);
+    menu.enableItem(clearKeys, animated);
+    menu.enableItem(clearInputs, connected);
+    menu.enableItem(unify, unifiable);
     // The chosen command arrives as a menu event that climbs to the attribute control.
     menu.popup(this, event.getPosition());
 }

@@ -1,9 +1,12 @@
 #include <velxui/XAttributeControl.h>
 #include <velxui/XAttributeSource.h>
+#include <velxui/XStatusNote.h>
 
 #include <velxcore/XApplication.h>
 #include <velxcore/XKeyframe.h>
 #include <velxcore/XObject.h>
+
+#include <algorithm>
 
 namespace VelXUI {
 
@@ -92,8 +95,9 @@ bool XAttributeSource::differs(const VelX::XAttribute& attribute) const {
 }
 
 void XAttributeSource::foldFlags(const VelX::XAttribute& attribute) {
-    // Every gathered attribute has the source's value kind, so the matrix test is the kind's.
-    m_editable = m_editable && m_valueKind != MatrixKind && attribute.IsEditable();
+    // Every gathered attribute has the source's value kind, so the matrix test is the kind's. A keyed
+    // or driven row still takes typing: a key at the current frame, or a refusal naming the driver.
+    m_editable = m_editable && m_valueKind != MatrixKind && attribute.IsEditableWhenUndriven();
     m_animated = m_animated && attribute.IsAnimated();
     m_connected = m_connected && attribute.IsConnectedInput();
 }
@@ -126,6 +130,17 @@ std::wstring XAttributeSource::localPathName() const {
 
 std::wstring XAttributeSource::displayValue() const {
     return m_attributes.empty() ? std::wstring() : m_attributes.front().DisplayValue();
+}
+
+bool XAttributeSource::anyAnimated() const {
+    return std::any_of(m_attributes.begin(), m_attributes.end(), [](const VelX::XAttribute& a) { return a.IsAnimated(); });
+}
+bool XAttributeSource::anyConnected() const {
+    return std::any_of(m_attributes.begin(), m_attributes.end(),
+                       [](const VelX::XAttribute& a) { return a.IsConnectedInput() && !a.IsAnimated(); });
+}
+bool XAttributeSource::anyKeyable() const {
+    return std::any_of(m_attributes.begin(), m_attributes.end(), [](const VelX::XAttribute& a) { return a.IsAnimatable(); });
 }
 
 void XAttributeSource::key() {
@@ -177,7 +192,8 @@ template <typename Set> void XAttributeSource::writeEvery(Set set) {
     if (m_attributes.size() > 1)
         line += std::to_wstring(refused) + L" of " + std::to_wstring(m_attributes.size()) + L" objects kept their value; ";
     line += first.Object().Path() + L" refused it: " + first.RefusalReason() + L".";
-    VelX::XApplication::Instance().LogInformation(line.c_str());
+    // Said where the user looks (the status bar) and kept in the log.
+    XStatusNote::Show(m_control, wxString(line));
 }
 
 bool XAttributeSource::getIntegerValue(int& value) {
@@ -187,7 +203,10 @@ bool XAttributeSource::getIntegerValue(int& value) {
 }
 
 bool XAttributeSource::setIntegerValue(int value) {
-    writeEvery([&](VelX::XAttribute& attribute) { attribute.SetInteger(value); });
+    writeEvery([&](VelX::XAttribute& attribute) {
+        if (attribute.IsAnimated()) attribute.SetKeyframe(static_cast<float>(value));
+        else attribute.SetInteger(value);
+    });
     return true;
 }
 
@@ -199,7 +218,10 @@ bool XAttributeSource::getFloatValue(float& value, wxString& units) {
 }
 
 bool XAttributeSource::setFloatValue(float value) {
-    writeEvery([&](VelX::XAttribute& attribute) { attribute.SetDisplayFloat(value); });
+    writeEvery([&](VelX::XAttribute& attribute) {
+        if (attribute.IsAnimated()) attribute.SetDisplayKeyframe(value);
+        else attribute.SetDisplayFloat(value);
+    });
     return true;
 }
 
@@ -210,7 +232,10 @@ bool XAttributeSource::getBooleanValue(bool& value) {
 }
 
 bool XAttributeSource::setBooleanValue(bool value) {
-    writeEvery([&](VelX::XAttribute& attribute) { attribute.SetBoolean(value); });
+    writeEvery([&](VelX::XAttribute& attribute) {
+        if (attribute.IsAnimated()) attribute.SetKeyframe(value ? 1.0f : 0.0f);
+        else attribute.SetBoolean(value);
+    });
     return true;
 }
 
@@ -245,7 +270,10 @@ bool XAttributeSource::getEnumerationValues(std::vector<wxString>& values) {
 }
 
 bool XAttributeSource::setEnumerationIndex(int index) {
-    writeEvery([&](VelX::XAttribute& attribute) { attribute.SetEnumeration(index); });
+    writeEvery([&](VelX::XAttribute& attribute) {
+        if (attribute.IsAnimated()) attribute.SetKeyframe(static_cast<float>(index));
+        else attribute.SetEnumeration(index);
+    });
     return true;
 }
 

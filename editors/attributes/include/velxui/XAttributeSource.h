@@ -59,6 +59,12 @@ public:
     bool isConnected() override { return m_connected; }
     bool isFlagged() override { return m_flagged; }
     bool isEditable() override { return m_editable; }
+    // Which row commands apply (the row menu enables them): any of the objects keyed, driven by a
+    // connection, or able to take a key.
+    bool anyAnimated() const;
+    bool anyConnected() const;
+    bool anyKeyable() const;
+    size_t attributeCount() const { return m_attributes.size(); }
     bool isMultiple() override { return m_mixed; }
     bool isSpecial() override { return false; }
     bool getIntegerValue(int& value) override;

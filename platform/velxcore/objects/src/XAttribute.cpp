@@ -223,6 +223,10 @@ bool XAttribute::IsEditable() const {
     const db::AttributeDef* d = def();
     return d && d->has(db::Editable) && !d->has(db::Computed) && !IsConnectedInput();
 }
+bool XAttribute::IsEditableWhenUndriven() const {
+    const db::AttributeDef* d = def();
+    return d && d->has(db::Editable) && !d->has(db::Computed);
+}
 bool XAttribute::IsVisible() const {
     const db::AttributeDef* d = def();
     return d && d->has(db::Visible) && !d->has(db::Internal);
@@ -489,11 +493,17 @@ XAnimation XAttribute::Animation() const {
     return XAnimation(XObject(m_database, in.node));
 }
 
-XKeyframe XAttribute::SetKeyframe() {
+XKeyframe XAttribute::SetKeyframe() { return SetKeyframe(Float()); }
+
+XKeyframe XAttribute::SetDisplayKeyframe(float displayValue) {
+    return SetKeyframe(displayValue * m_database->DisplayUnits().displayToInternal(Units()));
+}
+
+XKeyframe XAttribute::SetKeyframe(float value) {
+    m_refused = true;
     if (!IsAnimatable()) return {};
     db::Database& d = m_database->db();
     const float frame = sg::AnimationEvaluator::currentTime(d);
-    const float value = Float();
     d.beginChangeBlock();
     XAnimation animation = Animation();
     if (!animation.IsValid() && !HasInput()) {
@@ -504,6 +514,7 @@ XKeyframe XAttribute::SetKeyframe() {
     }
     XKeyframe key = animation.IsValid() ? animation.AddKeyframe(frame, value) : XKeyframe();
     d.endChangeBlock("Set Key");
+    m_refused = !key.IsValid();
     return key;
 }
 

@@ -73,6 +73,8 @@ public:
 
     // Flags.
     bool IsEditable() const;
+    // Editable by its definition, whether or not an input (animation or a connection) drives it now.
+    bool IsEditableWhenUndriven() const;
     bool IsVisible() const;
     bool IsComputed() const;
     bool IsAssigned() const;
@@ -127,6 +129,10 @@ public:
     // Animation.
     XAnimation Animation() const;
     XKeyframe SetKeyframe();
+    // Keys this value (in internal or in display units) at the current frame: what typing into an
+    // animated attribute does. Refused (see WasRefused) when the attribute cannot be keyed.
+    XKeyframe SetKeyframe(float value);
+    XKeyframe SetDisplayKeyframe(float displayValue);
     bool ClearAnimation();
 
     // Whether the database refused the last setter called on this handle (the setters return the
