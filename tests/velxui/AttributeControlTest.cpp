@@ -4,6 +4,7 @@
 #include <velxui/XAttributeListTitle.h>
 #include <velxui/XAttributeSource.h>
 #include <velxui/XEditorLibrary.h>
+#include <velxui/XObjectNameCompleter.h>
 
 #include <guitest/GuiTest.h>
 #include <velwidgets/AppMainLoop.h>
@@ -582,4 +583,50 @@ TEST_F(AttributeControlTest, TextThatIsNotANumberIsRefusedWithAMessage) {
     EXPECT_TRUE(note.Contains(list->GetAttributeGroup(r)->getLabel())) << note;
     ASSERT_GT(VelX::XApplication::Instance().LogLines().size(), logged);
     EXPECT_EQ(wxString(VelX::XApplication::Instance().LogLines().back()), note);
+}
+
+TEST_F(AttributeControlTest, AnObjectReferenceRowTakesANameOrAPathRefusesAWrongTypeAndClears) {
+    frame->CreateStatusBar();
+    select({L"HeroRig"});
+    scene().Database().db().clearUndo();
+    const auto typeAndEnter = [&](const char* text) {
+        XAttributeListControl* list = control().ListControls()[0];
+        const int r = row(0, L"rootJoint");
+        ASSERT_GE(r, 0);
+        ASSERT_FALSE(list->isItemReadOnly(r));
+        typeIntoRow(list, r, text);
+        if (*text == '\0') wxUIActionSimulator().Char(WXK_BACK);  // the field's text is selected
+        wxUIActionSimulator().Char(WXK_RETURN);
+        GuiTest::pumpEvents(60);
+    };
+    const XAttribute rootJoint = attribute(L"HeroRig.rootJoint");
+    const XObject spine = object(L"Hero/Hips/Spine");
+    ASSERT_TRUE(spine.IsValid());
+
+    typeAndEnter("Spine");  // a name only one object has
+    EXPECT_EQ(rootJoint.ObjectRef(), spine);
+    typeAndEnter("Hero/Hips");  // a path
+    EXPECT_EQ(rootJoint.ObjectRef(), object(L"Hero/Hips"));
+
+    typeAndEnter("Ground");  // not a joint: refused, and said why
+    EXPECT_EQ(rootJoint.ObjectRef(), object(L"Hero/Hips"));
+    EXPECT_TRUE(frame->GetStatusBar()->GetStatusText(0).Contains("only objects of type Joint"))
+        << frame->GetStatusBar()->GetStatusText(0);
+    typeAndEnter("NoSuchThing");
+    EXPECT_TRUE(frame->GetStatusBar()->GetStatusText(0).Contains("no object is called \"NoSuchThing\""))
+        << frame->GetStatusBar()->GetStatusText(0);
+
+    typeAndEnter("");  // clearing
+    EXPECT_FALSE(rootJoint.ObjectRef().IsValid());
+    EXPECT_EQ(undoSteps(), 3u);  // name, path, clear
+
+    // The field completes names and paths from the scene, case ignored.
+    VelXUI::XObjectNameCompleter completer(scene());
+    wxArrayString completions;
+    completer.GetCompletions("spi", completions);
+    EXPECT_NE(completions.Index("Hero/Hips/Spine"), wxNOT_FOUND);
+    completions.clear();
+    completer.GetCompletions("hero/hips/sp", completions);
+    EXPECT_NE(completions.Index("Hero/Hips/Spine"), wxNOT_FOUND);
+    EXPECT_EQ(completions.Index("Ground"), wxNOT_FOUND);
 }

@@ -2,6 +2,7 @@
 #include <velxui/XAttributeEditor.h>
 #include <velxui/XAttributeListControl.h>
 #include <velxui/XAttributeSource.h>
+#include <velxui/XObjectNameCompleter.h>
 #include <velxui/XStatusNote.h>
 
 #include <velwidgets/VelPopupMenu.h>
@@ -107,6 +108,12 @@ void XAttributeListControl::OnContextMenu(wxUtils::VelListEvent& event) {
     menu.enableItem(unify, unifiable);
     // The chosen command arrives as a menu event that climbs to the attribute control.
     menu.popup(this, event.getPosition());
+}
+
+wxTextCompleter* XAttributeListControl::onRequestCompleter(int row) {
+    const wxUtils::VelAttributeGroup* group = GetAttributeGroup(row);
+    const auto* source = group ? static_cast<const XAttributeSource*>(group->getAttribute()) : nullptr;
+    return source && source->isObjectReference() ? new XObjectNameCompleter(m_control.Scene()) : nullptr;
 }
 
 void XAttributeListControl::onTextRefused(int, const wxString&, const wxString& reason) {

@@ -3,6 +3,7 @@
 #include <velxui/XStatusNote.h>
 
 #include <velxcore/XApplication.h>
+#include <velxcore/XDatabase.h>
 #include <velxcore/XKeyframe.h>
 #include <velxcore/XObject.h>
 
@@ -246,8 +247,46 @@ bool XAttributeSource::getStringValue(wxString& value) {
 }
 
 bool XAttributeSource::setStringValue(const wxString& value) {
+    if (m_valueKind == ObjectReferenceKind) return setObjectReference(value.Strip(wxString::both).ToStdWstring());
     const std::wstring text = value.ToStdWstring();
     writeEvery([&](VelX::XAttribute& attribute) { attribute.SetString(text); });
+    return true;
+}
+
+namespace {
+// The object a user means by what they typed: a path, or a name that only one object has.
+VelX::XObject objectNamed(VelX::XDatabase& database, const std::wstring& text, std::wstring& problem) {
+    VelX::XObject byPath = database.Object(text);
+    if (byPath.IsValid()) return byPath;
+    std::vector<VelX::XObject> found, stack{database.RootObject()};
+    while (!stack.empty() && found.size() < 2) {
+        const VelX::XObject object = stack.back();
+        stack.pop_back();
+        for (int i = 0; i < object.ChildCount(); ++i) stack.push_back(object.Child(i));
+        if (object.Name() == text) found.push_back(object);
+    }
+    if (found.size() == 1) return found.front();
+    problem = found.empty() ? L"no object is called \"" + text + L"\""
+                            : L"several objects are called \"" + text + L"\"; type its path";
+    return {};
+}
+}  // namespace
+
+bool XAttributeSource::setObjectReference(const std::wstring& text) {
+    if (m_attributes.empty()) return true;
+    if (text.empty()) {
+        writeEvery([](VelX::XAttribute& attribute) { attribute.ClearObjectRef(); });
+        return true;
+    }
+    // The field starts with the referenced name: committing it unchanged changes nothing.
+    if (!m_mixed && text == referencedName(m_attributes.back())) return true;
+    std::wstring problem;
+    const VelX::XObject target = objectNamed(*m_attributes.front().DatabasePointer(), text, problem);
+    if (!target.IsValid()) {
+        XStatusNote::Show(m_control, wxString(L"\"" + m_label + L"\" keeps its object: " + problem + L"."));
+        return true;
+    }
+    writeEvery([&](VelX::XAttribute& attribute) { attribute.SetObjectRef(target); });
     return true;
 }
 

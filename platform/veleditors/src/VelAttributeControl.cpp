@@ -356,6 +356,7 @@ bool VelAttributeControl::beginEdit(int row) {
     m_editRow = row;
     m_editor->SetSize(valueRect(row).Deflate(1));
     m_editor->ChangeValue(group->getEditText());
+    m_editor->AutoComplete(onRequestCompleter(row));
     m_editor->Show();
     m_editor->SetFocus();
     m_editor->SelectAll();
@@ -415,6 +416,8 @@ void VelAttributeControl::onTextRefused(int, const wxString&, const wxString& re
     if (auto* frame = dynamic_cast<wxFrame*>(wxGetTopLevelParent(this)))
         if (frame->GetStatusBar()) frame->SetStatusText(reason, 0);
 }
+
+wxTextCompleter* VelAttributeControl::onRequestCompleter(int) { return nullptr; }
 
 void VelAttributeControl::onEditorEnter(wxCommandEvent&) {
     commitEdit();

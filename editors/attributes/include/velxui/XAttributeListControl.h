@@ -36,6 +36,7 @@ protected:
     bool onSetAttributes(float value) override;
     bool onSetAttributes(const wxString& value) override;
     void onTextRefused(int row, const wxString& text, const wxString& reason) override;
+    wxTextCompleter* onRequestCompleter(int row) override;
     void onBeginInteractiveEdit() override;
     void onEndInteractiveEdit() override;
     bool onRequestEditNextList(bool backwards) override;

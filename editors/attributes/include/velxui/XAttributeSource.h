@@ -65,6 +65,7 @@ public:
     bool anyConnected() const;
     bool anyKeyable() const;
     size_t attributeCount() const { return m_attributes.size(); }
+    bool isObjectReference() const { return m_valueKind == ObjectReferenceKind; }
     bool isMultiple() override { return m_mixed; }
     bool isSpecial() override { return false; }
     bool getIntegerValue(int& value) override;
@@ -84,6 +85,8 @@ public:
     bool getFloatRange(float& min, float& max, bool& hasMin, bool& hasMax) override;
 
 private:
+    // Typed text on an object-reference row: a path or a unique name; empty text clears.
+    bool setObjectReference(const std::wstring& text);
     void refreshUnlessFresh();
     // Writes every attribute with `set`, refreshes, and tells the user in the log which objects
     // refused the value and why (a driven or computed attribute, a choice it does not have).

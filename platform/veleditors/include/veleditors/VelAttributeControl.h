@@ -7,6 +7,7 @@
 #include <memory>
 #include <vector>
 
+class wxTextCompleter;
 class wxTextCtrl;
 
 namespace wxUtils {
@@ -65,6 +66,8 @@ protected:
     // Typed text the row's kind cannot take (not a number in a number row): the value stays as it
     // was and the owner says so. The default puts the reason in the frame's status bar.
     virtual void onTextRefused(int row, const wxString& text, const wxString& reason);
+    // Completion for the row's text field while it is typed into (null: none). The field owns it.
+    virtual wxTextCompleter* onRequestCompleter(int row);
     // Around a scrub: the owner may open one change block for the whole drag.
     virtual void onBeginInteractiveEdit();
     virtual void onEndInteractiveEdit();

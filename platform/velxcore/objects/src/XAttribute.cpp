@@ -381,6 +381,8 @@ std::wstring XAttribute::RefusalReason() const {
     if (d->has(db::Computed)) return L"it is computed by the scene";
     if (IsAnimated()) return L"it is animated";
     if (IsConnectedInput()) return L"it is driven by " + InputAttribute().Path();
+    if (IsObjectRef() && !d->refType.empty())
+        return L"it takes only objects of type " + StringUtils::toWide(d->refType) + L" (or a type made from it)";
     return L"the value does not fit it";
 }
 
