@@ -92,7 +92,13 @@ void StudioApp::startLogging() {
     VelX::XApplication& application = VelX::XApplication::Instance();
     for (const std::wstring& line : application.LogLines()) m_logger->information(line);
     Orka::Logger* logger = m_logger.get();
-    application.SetLogSink([logger](const std::wstring& line) { logger->information(line); });
+    application.SetLogSink([logger](const std::wstring& line, VelX::XLog::Level level) {
+        switch (level) {
+        case VelX::XLog::Level::Error: logger->error(line); break;
+        case VelX::XLog::Level::Warning: logger->warning(line); break;
+        case VelX::XLog::Level::Information: logger->information(line); break;
+        }
+    });
 }
 
 void StudioApp::loadApplicationScript() {

@@ -6,6 +6,11 @@
 #include <velwidgets/PanelBuilder.h>
 
 #include <wx/button.h>
+#include <wx/dialog.h>
+#include <wx/listctrl.h>
+#include <wx/settings.h>
+#include <wx/sizer.h>
+#include <wx/textctrl.h>
 
 namespace Orka {
 
@@ -18,6 +23,10 @@ LogPane::LogPane(wxWindow* parent, Logger* logger) : wxUtils::VelPanel(parent), 
     builder.end();
     builder.finish();
     m_clear->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { clear(); });
+    m_list->Bind(wxEVT_LIST_ITEM_ACTIVATED, [this](wxListEvent& event) {
+        if (event.GetIndex() >= 0) showDetails(static_cast<size_t>(event.GetIndex()));
+    });
+    m_list->Bind(wxEVT_MOTION, &LogPane::onListMotion, this);
     applyListColours(activeColourScheme());
     refreshRows();
 }
@@ -60,6 +69,40 @@ wxColour LogPane::rowColour(size_t row) const {
     case LogLevel::Information: break;
     }
     return scheme.text;
+}
+
+const char* const LogPane::DetailsWindowName = "LogDetails";
+
+wxString LogPane::detailsText(size_t row) const {
+    const LogEntry* entry = rowEntry(row);
+    if (!entry) return wxString();
+    return rowText(row, 0) + "  " + rowText(row, 1) + "\n\n" + entry->text;
+}
+
+void LogPane::showDetails(size_t row) {
+    if (!rowEntry(row)) return;
+    wxDialog dialog(this, wxID_ANY, "Log Message", wxDefaultPosition, wxDefaultSize,
+                    wxDEFAULT_DIALOG_STYLE | wxRESIZE_BORDER, DetailsWindowName);
+    auto* sizer = new wxBoxSizer(wxVERTICAL);
+    auto* text = new wxTextCtrl(&dialog, wxID_ANY, detailsText(row), wxDefaultPosition, FromDIP(wxSize(640, 280)),
+                                wxTE_MULTILINE | wxTE_READONLY | wxTE_DONTWRAP | wxHSCROLL);
+    text->SetFont(wxSystemSettings::GetFont(wxSYS_ANSI_FIXED_FONT));
+    sizer->Add(text, 1, wxEXPAND | wxALL, FromDIP(8));
+    sizer->Add(dialog.CreateButtonSizer(wxCLOSE), 0, wxEXPAND | wxALL, FromDIP(8));
+    dialog.SetSizerAndFit(sizer);
+    dialog.SetEscapeId(wxID_CLOSE);
+    dialog.Bind(wxEVT_BUTTON, [&dialog](wxCommandEvent&) { dialog.EndModal(wxID_CLOSE); }, wxID_CLOSE);
+    dialog.ShowModal();
+}
+
+void LogPane::onListMotion(wxMouseEvent& event) {
+    event.Skip();
+    int flags = 0;
+    const long row = m_list->HitTest(event.GetPosition(), flags);
+    if (row == m_tooltipRow) return;
+    m_tooltipRow = row;
+    const LogEntry* entry = row >= 0 ? rowEntry(static_cast<size_t>(row)) : nullptr;
+    m_list->SetToolTip(entry ? entry->text : wxString());
 }
 
 void LogPane::clear() {

@@ -32,6 +32,12 @@ public:
     // Empties the log (the logger's entries; the pane's own copy when the logger is gone).
     void clear();
 
+    // A row shows one line of its message; the whole of it (a traceback, a long path) is in the
+    // row's tooltip and in the details view, which double-click or Enter on a row opens.
+    wxString detailsText(size_t row) const;
+    void showDetails(size_t row);
+    static const char* const DetailsWindowName;
+
     void onColourSchemeChanged(const wxUtils::ColourScheme& scheme) override;
 
 private:
@@ -40,12 +46,14 @@ private:
     void loggerDestroyed(const Logger& logger);  // keep a copy of what was shown
     void refreshRows();
     void applyListColours(const wxUtils::ColourScheme& scheme);
+    void onListMotion(wxMouseEvent& event);
 
     Logger* m_logger;
     std::vector<LogEntry> m_orphanedEntries;  // what the pane shows once its logger is gone
     wxListCtrl* m_list = nullptr;
     wxButton* m_clear = nullptr;
     bool m_refreshPending = false;
+    long m_tooltipRow = -1;
 };
 
 }  // namespace Orka

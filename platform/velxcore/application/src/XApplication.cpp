@@ -110,7 +110,7 @@ XLuaScript& XApplication::LuaScript() {
 
 void XApplication::LogInformation(const wchar_t* text) { XLog::Write(std::wstring(text ? text : L"")); }
 const std::vector<std::wstring>& XApplication::LogLines() const { return XLog::Lines(); }
-void XApplication::SetLogSink(std::function<void(const std::wstring&)> sink) { XLog::SetSink(std::move(sink)); }
+void XApplication::SetLogSink(XLog::Sink sink) { XLog::SetSink(std::move(sink)); }
 
 bool XApplication::IsTrusted(const std::wstring& fileName, const std::wstring& scriptsHash) {
     return Settings().IsTrusted(fileName, scriptsHash);

@@ -7,7 +7,7 @@ namespace VelX {
 namespace {
 struct LogState {
     std::vector<std::wstring> lines;
-    std::function<void(const std::wstring&)> sink;
+    XLog::Sink sink;
 };
 
 LogState& state() {
@@ -16,16 +16,16 @@ LogState& state() {
 }
 }  // namespace
 
-void XLog::Write(const std::wstring& text) {
+void XLog::Write(const std::wstring& text, Level level) {
     LogState& log = state();
     log.lines.push_back(text);
-    if (log.sink) log.sink(text);
+    if (log.sink) log.sink(text, level);
 }
 
-void XLog::Write(const std::string& utf8Text) { Write(Velutils::StringUtils::toWide(utf8Text)); }
+void XLog::Write(const std::string& utf8Text, Level level) { Write(Velutils::StringUtils::toWide(utf8Text), level); }
 
 const std::vector<std::wstring>& XLog::Lines() { return state().lines; }
 
-void XLog::SetSink(std::function<void(const std::wstring&)> sink) { state().sink = std::move(sink); }
+void XLog::SetSink(Sink sink) { state().sink = std::move(sink); }
 
 }  // namespace VelX

@@ -106,7 +106,7 @@ struct XLuaScript::Impl {
 
     void report(const std::string& message) {
         lastError = StringUtils::toWide(message.size() > LongestMessage ? message.substr(0, LongestMessage) + "..." : message);
-        XLog::Write(lastError);
+        XLog::Error(lastError);
     }
 };
 
@@ -537,7 +537,7 @@ LuaPlus::LuaObject XLuaScript::CallFunctionWithValues(const char* table, const c
     if (message.size() > LongestMessage) message = message.substr(0, LongestMessage) + "...";
     s.lastError = StringUtils::toWide(message);
     if (s.logged.size() >= MaxRememberedMessages) s.logged.clear();
-    if (s.logged.insert(message).second) XLog::Write(s.lastError);
+    if (s.logged.insert(message).second) XLog::Error(s.lastError);
     return {};
 }
 

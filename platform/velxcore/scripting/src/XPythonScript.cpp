@@ -439,7 +439,7 @@ double XPythonScript::TimeBudget() const {
 
 void XPythonScript::Fail(const std::wstring& message) {
     m_lastError = message;
-    XLog::Write(message);
+    XLog::Error(message);
 }
 
 bool XPythonScript::RunScript(const std::wstring& text) { return Run(text, DefaultName, m_scene); }

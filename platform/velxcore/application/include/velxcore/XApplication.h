@@ -1,5 +1,7 @@
 #pragma once
 
+#include <velxcore/XLog.h>
+
 #include <velxcore/XCommand.h>
 #include <velxcore/XScriptFunctions.h>
 #include <velxcore/XScriptLimits.h>
@@ -60,7 +62,7 @@ public:
 
     void LogInformation(const wchar_t* text);
     const std::vector<std::wstring>& LogLines() const;
-    void SetLogSink(std::function<void(const std::wstring&)> sink);
+    void SetLogSink(XLog::Sink sink);
 
     // The application settings, made and loaded from disk on first use. An observer added while
     // they exist hears OnSettingsRegistered at once.
