@@ -16,6 +16,7 @@
 #include <velxcore/XAttribute.h>
 #include <velxcore/XDatabase.h>
 #include <velxcore/XScene.h>
+#include <velxcore/XSceneEditing.h>
 #include <velxcore/XSceneSettings.h>
 #include <velxcore/XSelection.h>
 #include <velxcore/XSimulation.h>
@@ -55,6 +56,9 @@ StudioFrame::StudioFrame(VelX::XScene& scene, Orka::Logger& logger, const Option
       m_stopId(wxNewId()),
       m_stepId(wxNewId()),
       m_trustId(wxNewId()),
+      m_duplicateId(wxNewId()),
+      m_parentId(wxNewId()),
+      m_unparentId(wxNewId()),
       m_lightSchemeId(wxNewId()),
       m_darkSchemeId(wxNewId()) {
     m_layout = std::make_unique<Orka::LayoutManager>(this);
@@ -123,6 +127,20 @@ void StudioFrame::buildMenus() {
     m_editMenu = new wxMenu;
     m_editMenu->Append(wxID_UNDO, "&Undo\tCtrl+Z");
     m_editMenu->Append(wxID_REDO, "&Redo\tCtrl+Shift+Z");
+    m_editMenu->AppendSeparator();
+    m_editMenu->Append(m_duplicateId, "&Duplicate\tCtrl+D", "Copy the selected objects with their connections and animation");
+    // P and Shift+P work in the scene explorer; as menu shortcuts they would take the letter from
+    // every text field.
+    m_editMenu->Append(m_parentId, "&Parent (P)", "Put the selected objects under the last selected one");
+    m_editMenu->Append(m_unparentId, "U&nparent (Shift+P)", "Move the selected objects to the top of the scene");
+
+    auto* create = new wxMenu;
+    for (const VelX::XSceneEditing::CreatableType& type : VelX::XSceneEditing::CreatableTypes(m_scene)) {
+        const int id = wxNewId();
+        create->Append(id, wxString(type.displayName), "Create one under the selection");
+        m_createItems[id] = type.typeId;
+        Bind(wxEVT_MENU, &StudioFrame::onCreate, this, id);
+    }
 
     auto* playback = new wxMenu;
     playback->Append(m_playId, "&Play\tF5", "Run the simulation from the current frame");
@@ -142,6 +160,7 @@ void StudioFrame::buildMenus() {
     auto* bar = new wxMenuBar;
     bar->Append(file, "&File");
     bar->Append(m_editMenu, "&Edit");
+    bar->Append(create, "&Create");
     bar->Append(playback, "&Playback");
     bar->Append(view, "&View");
     bar->Append(m_windowMenu, "&Window");
@@ -156,6 +175,9 @@ void StudioFrame::buildMenus() {
     Bind(wxEVT_MENU, &StudioFrame::onExit, this, wxID_EXIT);
     Bind(wxEVT_MENU, &StudioFrame::onUndo, this, wxID_UNDO);
     Bind(wxEVT_MENU, &StudioFrame::onRedo, this, wxID_REDO);
+    Bind(wxEVT_MENU, &StudioFrame::onDuplicate, this, m_duplicateId);
+    Bind(wxEVT_MENU, &StudioFrame::onParent, this, m_parentId);
+    Bind(wxEVT_MENU, &StudioFrame::onUnparent, this, m_unparentId);
     Bind(wxEVT_MENU, &StudioFrame::onPlay, this, m_playId);
     Bind(wxEVT_MENU, &StudioFrame::onStop, this, m_stopId);
     Bind(wxEVT_MENU, &StudioFrame::onStep, this, m_stepId);
@@ -529,6 +551,29 @@ void StudioFrame::onUndo(wxCommandEvent&) {
 void StudioFrame::onRedo(wxCommandEvent&) {
     if (m_scene.Database().CanRedo()) m_scene.Database().Redo();
 }
+
+int StudioFrame::CreateMenuItemId(const std::wstring& typeId) const {
+    for (const auto& [id, type] : m_createItems)
+        if (type == typeId) return id;
+    return wxID_NONE;
+}
+
+void StudioFrame::onCreate(wxCommandEvent& event) {
+    auto it = m_createItems.find(event.GetId());
+    if (it != m_createItems.end()) VelX::XSceneEditing::CreateUnderSelection(m_scene, it->second);
+}
+
+void StudioFrame::onDuplicate(wxCommandEvent&) {
+    if (VelX::XSceneEditing::DuplicateSelection(m_scene).empty())
+        SetStatusText("Select the objects to duplicate first.", StatusMessage);
+}
+
+void StudioFrame::onParent(wxCommandEvent&) {
+    if (!VelX::XSceneEditing::ParentSelection(m_scene))
+        SetStatusText("Select the objects to move, then the new parent last.", StatusMessage);
+}
+
+void StudioFrame::onUnparent(wxCommandEvent&) { VelX::XSceneEditing::UnparentSelection(m_scene); }
 
 void StudioFrame::onPlay(wxCommandEvent&) { Play(); }
 void StudioFrame::onStop(wxCommandEvent&) { StopPlayback(); }

@@ -132,3 +132,42 @@ TEST_F(StudioExplorer, DeleteInSubObjectEditModeKeepsTheObjects) {
     EXPECT_TRUE(marker.IsValid()) << "Delete took the whole object in sub-object edit mode";
     EXPECT_TRUE(m_frame->GetStatusBar()->GetStatusText(0).Contains("sub-object edit mode"));
 }
+
+TEST_F(StudioExplorer, CtrlDDuplicatesAndPAndShiftPParentFromTheKeyboard) {
+    click(explorer->ItemOf(topLevel(L"Ground")));
+    wxUIActionSimulator keys;
+    keys.Char('d', wxMOD_CONTROL);
+    ASSERT_TRUE(GuiTest::waitUntil([&] { return topLevel(L"Ground1").IsValid(); })) << "Ctrl+D duplicated nothing";
+    GuiTest::pumpEvents(50);
+    EXPECT_TRUE(scene().Selection().IsSelected(topLevel(L"Ground1")));
+    EXPECT_EQ(childLabels(explorer->GetRoot()), shownChildNames(explorer, scene().RootObject()));
+    EXPECT_EQ(scene().Database().UndoName(), L"Duplicate");
+
+    click(explorer->ItemOf(topLevel(L"LookAtMarker")));
+    click(explorer->ItemOf(topLevel(L"HandTarget")), wxMOD_CONTROL);
+    keys.Char('p');
+    ASSERT_TRUE(GuiTest::waitUntil([&] { return scene().Database().Object(L"HandTarget/LookAtMarker").IsValid(); }))
+        << "P did not parent";
+    GuiTest::pumpEvents(50);
+    EXPECT_EQ(explorer->ItemOf(scene().Database().Object(L"HandTarget/LookAtMarker"))->GetParent(),
+              explorer->ItemOf(topLevel(L"HandTarget")));
+    click(explorer->ItemOf(scene().Database().Object(L"HandTarget/LookAtMarker")));
+    keys.Char('p', wxMOD_SHIFT);
+    ASSERT_TRUE(GuiTest::waitUntil([&] { return topLevel(L"LookAtMarker").IsValid(); })) << "Shift+P did not unparent";
+    EXPECT_EQ(scene().Database().UndoName(), L"Unparent");
+}
+
+TEST_F(StudioExplorer, TheCreateMenuMakesAnObjectUnderTheSelection) {
+    click(explorer->ItemOf(topLevel(L"HandTarget")));
+    const int before = topLevel(L"HandTarget").ChildCount();
+    focusFrame();
+    wxUIActionSimulator keys;
+    keys.Char('c', wxMOD_ALT);  // Create, then its first type
+    GuiTest::pumpEvents(300);
+    keys.Char(WXK_RETURN);
+    ASSERT_TRUE(GuiTest::waitUntil([&] { return topLevel(L"HandTarget").ChildCount() == before + 1; }))
+        << "the Create menu made nothing under the selection";
+    const XObject made = topLevel(L"HandTarget").Child(before);
+    EXPECT_TRUE(scene().Selection().IsSelected(made));
+    EXPECT_EQ(scene().Database().UndoName().rfind(L"Create ", 0), 0u);
+}

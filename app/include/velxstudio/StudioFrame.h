@@ -73,6 +73,8 @@ public:
     SceneOverviewPanel* Overview() { return m_overview; }
     // Menu item ids that have no stock id, for the tests and the help text.
     int WindowMenuItemId(const wxString& paneName) const;
+    int CreateMenuItemId(const std::wstring& typeId) const;
+    int DuplicateItemId() const { return m_duplicateId; }
     wxString SceneFileName() const;
 
     // Saves the layout now (also done when the frame closes).
@@ -112,6 +114,10 @@ private:
     void onRevert(wxCommandEvent&);
     void onExit(wxCommandEvent&);
     void onUndo(wxCommandEvent&);
+    void onCreate(wxCommandEvent& event);
+    void onDuplicate(wxCommandEvent&);
+    void onParent(wxCommandEvent&);
+    void onUnparent(wxCommandEvent&);
     void onRedo(wxCommandEvent&);
     void onPlay(wxCommandEvent&);
     void onStop(wxCommandEvent&);
@@ -134,6 +140,7 @@ private:
     wxMenu* m_editMenu = nullptr;
     wxMenu* m_windowMenu = nullptr;
     std::map<int, wxString> m_windowItems;  // menu id -> pane name
+    std::map<int, std::wstring> m_createItems;  // menu id -> object type
     wxTimer m_playbackTimer;
     bool m_statusStale = true;
     Prompt m_prompt;
@@ -144,6 +151,9 @@ private:
     const int m_stopId;
     const int m_stepId;
     const int m_trustId;
+    const int m_duplicateId;
+    const int m_parentId;
+    const int m_unparentId;
     const int m_lightSchemeId;
     const int m_darkSchemeId;
 };

@@ -10,6 +10,7 @@
 #include <velxcore/XObjectTypes.h>
 #include <velxcore/XScene.h>
 #include <velxcore/XSceneChange.h>
+#include <velxcore/XSceneEditing.h>
 #include <velxcore/XSelection.h>
 
 #include <wx/clipbrd.h>
@@ -664,6 +665,14 @@ void XSceneExplorer::onTreeKey(wxUtils::TreeEvent& event) {
             return;
         }
         inChangeBlock([this] { Scene().DeleteSelection(); }, L"Delete");
+        return;
+    }
+    // P parents the selection to its last object, Shift+P moves it to the top of the scene.
+    if ((event.GetKeyCode() == 'P' || event.GetKeyCode() == 'p') &&
+        (event.GetKeyModifiers() == wxMOD_NONE || event.GetKeyModifiers() == wxMOD_SHIFT)) {
+        if (event.GetKeyModifiers() == wxMOD_SHIFT) VelX::XSceneEditing::UnparentSelection(Scene());
+        else if (!VelX::XSceneEditing::ParentSelection(Scene()))
+            XStatusNote::Show(this, "Select the objects to move, then the new parent last, and press P.");
         return;
     }
     event.Skip();

@@ -1,0 +1,183 @@
+#include <velxcore/XDatabase.h>
+#include <velxcore/XScene.h>
+#include <velxcore/XSceneEditing.h>
+#include <velxcore/XSelection.h>
+
+#include <veldatabase/Database.h>
+#include <velscenegraph/SceneGraphNodes.h>
+#include <velutils/StringUtils.h>
+
+#include <algorithm>
+#include <unordered_map>
+
+namespace VelX {
+
+using Velutils::StringUtils;
+
+namespace {
+
+bool isCreatable(const db::NodeDef& def) {
+    return !def.hasFlag(db::Abstract) && !def.hasFlag(db::SettingsType) && !def.hasFlag(db::HiddenFromExplorer) &&
+           !def.isA("ObjectGroup");
+}
+
+std::wstring displayNameOf(const db::NodeDef& def) {
+    return StringUtils::toWide(def.displayTypeName().empty() ? def.typeName() : def.displayTypeName());
+}
+
+std::vector<XObject> selectedObjects(XScene& scene) {
+    Velutils::Vector<XObject> selected;
+    scene.Selection().Objects(selected);
+    return std::vector<XObject>(selected.begin(), selected.end());
+}
+
+// The selected objects that have no selected ancestor: copying them copies the rest.
+std::vector<int> topmostSelected(const db::Database& d, const std::vector<XObject>& selected) {
+    std::vector<int> ids;
+    for (const XObject& object : selected) ids.push_back(object.ObjectID());
+    std::vector<int> top;
+    for (int id : ids) {
+        bool below = false;
+        for (int p = d.node(id) ? d.node(id)->parent() : -1; p >= 0 && !below; p = d.node(p) ? d.node(p)->parent() : -1)
+            below = std::find(ids.begin(), ids.end(), p) != ids.end();
+        if (!below) top.push_back(id);
+    }
+    return top;
+}
+
+// Whether the slot holds a value of its own that copying must carry (not computed, not an object
+// reference, which is a connection, not a compound whose fields are slots of their own, and not a
+// field of an array, which comes with its array).
+bool carriesOwnValue(const db::NodeDef& def, int slot) {
+    const db::SlotInfo& info = def.slot(slot);
+    const db::AttributeDef* attribute = info.def;
+    if (!attribute || attribute->has(db::Computed) || attribute->type == db::ValueType::ObjectRef) return false;
+    if (attribute->type == db::ValueType::Compound && !attribute->isArray) return false;
+    for (int p = info.parent; p >= 0; p = def.slot(p).parent)
+        if (def.slot(p).def && def.slot(p).def->isArray) return false;
+    return true;
+}
+
+class SubtreeCopier {
+public:
+    explicit SubtreeCopier(db::Database& database) : d(database) {}
+
+    int copyTree(int source, int parent) {
+        const db::Node* node = d.node(source);
+        const int copy = d.create(node->def(), node->name(), parent);
+        if (copy < 0) return -1;
+        copies[source] = copy;
+        copyValues(source, copy);
+        for (int child : std::vector<int>(node->children())) copyTree(child, copy);
+        return copy;
+    }
+
+    // After every node exists: inputs among the copies are remapped, inputs from elsewhere kept, and
+    // an animation curve that drives a copied attribute is copied with it.
+    void copyInputs() {
+        for (const auto& [source, copy] : std::vector<std::pair<int, int>>(copies.begin(), copies.end())) {
+            const db::NodeDef& def = d.node(source)->def();
+            for (int slot = 0; slot < def.slotCount(); ++slot) {
+                const db::AttrKey input = d.input(db::AttrKey{source, slot});
+                if (!input.isValid()) continue;
+                db::AttrKey from = input;
+                if (auto inside = copies.find(input.node); inside != copies.end()) {
+                    from.node = inside->second;
+                } else if (d.node(input.node) && d.node(input.node)->def().isA(sg::AnimationNode::Def)) {
+                    const db::Node* curve = d.node(input.node);
+                    const int curveCopy = d.create(curve->def(), curve->name(), db::Database::RootId);
+                    if (curveCopy < 0) continue;
+                    copyValues(input.node, curveCopy);
+                    from.node = curveCopy;
+                }
+                d.connect(from, db::AttrKey{copy, slot});
+            }
+        }
+    }
+
+    std::unordered_map<int, int> copies;
+
+private:
+    void copyValues(int source, int copy) {
+        const db::NodeDef& def = d.node(source)->def();
+        for (int slot = 0; slot < def.slotCount(); ++slot)
+            if (carriesOwnValue(def, slot)) d.setValue(db::AttrKey{copy, slot}, d.storedValue(db::AttrKey{source, slot}));
+    }
+
+    db::Database& d;
+};
+
+}  // namespace
+
+std::vector<XSceneEditing::CreatableType> XSceneEditing::CreatableTypes(XScene& scene) {
+    std::vector<CreatableType> types;
+    for (const db::NodeDef* def : scene.Database().db().types())
+        if (def && isCreatable(*def)) types.push_back({StringUtils::toWide(def->typeName()), displayNameOf(*def)});
+    std::sort(types.begin(), types.end(),
+              [](const CreatableType& a, const CreatableType& b) { return a.displayName < b.displayName; });
+    return types;
+}
+
+XObject XSceneEditing::CreateUnderSelection(XScene& scene, const std::wstring& typeId) {
+    db::Database& d = scene.Database().db();
+    const db::NodeDef* def = d.findType(StringUtils::toUtf8(typeId));
+    if (!def || !isCreatable(*def)) return {};
+    const std::vector<XObject> selected = selectedObjects(scene);
+    XObject parent;
+    if (!selected.empty()) {
+        const db::Node* last = d.node(selected.back().ObjectID());
+        if (last && last->def().hasFlag(db::SupportsChildren)) parent = selected.back();
+    }
+    scene.Database().BeginChangeBlock();
+    XObject created = scene.Database().CreateObject(typeId, StringUtils::toWide(def->typeName()), parent);
+    if (created.IsValid()) scene.Selection().SelectObjects(Velutils::Vector<XObject>{created});
+    scene.Database().EndChangeBlock(L"Create " + displayNameOf(*def));
+    return created;
+}
+
+std::vector<XObject> XSceneEditing::DuplicateSelection(XScene& scene) {
+    db::Database& d = scene.Database().db();
+    std::vector<XObject> made;
+    const std::vector<int> top = topmostSelected(d, selectedObjects(scene));
+    if (top.empty()) return made;
+    scene.Database().BeginChangeBlock();
+    SubtreeCopier copier(d);
+    std::vector<int> roots;
+    for (int id : top)
+        if (const db::Node* node = d.node(id); node && node->def().hasFlag(db::Deletable))
+            roots.push_back(copier.copyTree(id, node->parent()));
+    copier.copyInputs();
+    Velutils::Vector<XObject> selection;
+    for (int root : roots)
+        if (root >= 0) {
+            made.push_back(scene.Database().Object(root));
+            selection.push_back(made.back());
+        }
+    if (!selection.empty()) scene.Selection().SelectObjects(selection);
+    scene.Database().EndChangeBlock(L"Duplicate");
+    return made;
+}
+
+bool XSceneEditing::ParentSelection(XScene& scene) {
+    const std::vector<XObject> selected = selectedObjects(scene);
+    if (selected.size() < 2) return false;
+    const XObject parent = selected.back();
+    bool moved = false;
+    scene.Database().BeginChangeBlock();
+    for (std::size_t i = 0; i + 1 < selected.size(); ++i) moved = XObject(selected[i]).SetParent(parent) || moved;
+    scene.Database().EndChangeBlock(L"Parent");
+    return moved;
+}
+
+bool XSceneEditing::UnparentSelection(XScene& scene) {
+    const std::vector<XObject> selected = selectedObjects(scene);
+    bool moved = false;
+    scene.Database().BeginChangeBlock();
+    for (const XObject& object : selected)
+        if (object.Parent().ObjectID() != scene.RootObject().ObjectID())
+            moved = XObject(object).SetParent(scene.RootObject()) || moved;
+    scene.Database().EndChangeBlock(L"Unparent");
+    return moved;
+}
+
+}  // namespace VelX
