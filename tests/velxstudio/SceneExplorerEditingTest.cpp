@@ -171,3 +171,57 @@ TEST_F(StudioExplorer, TheCreateMenuMakesAnObjectUnderTheSelection) {
     EXPECT_TRUE(scene().Selection().IsSelected(made));
     EXPECT_EQ(scene().Database().UndoName().rfind(L"Create ", 0), 0u);
 }
+
+namespace {
+
+// Presses on one item's label and releases at a point of another row (a fraction of its height
+// from the row's top), moving in steps as a hand does.
+void dragTo(XSceneExplorer* explorer, TreeItem* from, TreeItem* to, double rowFraction) {
+    explorer->EnsureVisible(from);
+    explorer->EnsureVisible(to);
+    GuiTest::pumpEvents(30);
+    const wxRect start = explorer->GetLabelRect(from), end = explorer->GetLabelRect(to);
+    const wxPoint a = explorer->ClientToScreen(wxPoint(start.x + 8, start.y + start.height / 2));
+    const wxPoint b = explorer->ClientToScreen(wxPoint(end.x + 8, end.y + static_cast<int>(end.height * rowFraction)));
+    wxUIActionSimulator input;
+    input.MouseMove(a);
+    GuiTest::pumpEvents(30);
+    input.MouseDown();
+    GuiTest::pumpEvents(30);
+    for (int step = 1; step <= 8; ++step) {
+        input.MouseMove(a + (b - a) * step / 8);
+        GuiTest::pumpEvents(15);
+    }
+    input.MouseUp();
+    GuiTest::pumpEvents(100);
+}
+
+}  // namespace
+
+TEST_F(StudioExplorer, DraggingAnItemReparentsItOntoAboveOrBelowAnotherAsOneStep) {
+    const XObject root = scene().RootObject();
+    click(explorer->ItemOf(topLevel(L"Ground")));
+    dragTo(explorer, explorer->ItemOf(topLevel(L"Ground")), explorer->ItemOf(topLevel(L"HandTarget")), 0.5);
+    const XObject ground = scene().Database().Object(L"HandTarget/Ground");
+    ASSERT_TRUE(ground.IsValid()) << "dropping onto an object did not put the dragged one under it";
+    EXPECT_EQ(explorer->ItemOf(ground)->GetParent(), explorer->ItemOf(topLevel(L"HandTarget")));
+    EXPECT_EQ(scene().Database().UndoName(), L"Parent");
+
+    // Below the camera: back at the top level, right after it.
+    click(explorer->ItemOf(ground));
+    dragTo(explorer, explorer->ItemOf(ground), explorer->ItemOf(topLevel(L"MainCamera")), 0.9);
+    ASSERT_TRUE(topLevel(L"Ground").IsValid());
+    const std::vector<wxString> names = shownChildNames(explorer, root);
+    const auto camera = std::find(names.begin(), names.end(), "MainCamera");
+    ASSERT_NE(camera, names.end());
+    ASSERT_NE(camera + 1, names.end());
+    EXPECT_EQ(*(camera + 1), "Ground");
+    EXPECT_EQ(childLabels(explorer->GetRoot()), names);
+
+    // Onto itself nothing happens; the undo history shows the two drops.
+    click(explorer->ItemOf(topLevel(L"Ground")));
+    dragTo(explorer, explorer->ItemOf(topLevel(L"Ground")), explorer->ItemOf(topLevel(L"Ground")), 0.5);
+    EXPECT_TRUE(topLevel(L"Ground").IsValid());
+    scene().Database().Undo();
+    EXPECT_TRUE(scene().Database().Object(L"HandTarget/Ground").IsValid());
+}

@@ -644,6 +644,50 @@ void XSceneExplorer::onEndRename(wxUtils::TreeEvent& event) {
                                                        : wxString::Format("\"%s\" is already taken here.", typed)));
 }
 
+bool XSceneExplorer::canDropItems(const std::vector<TreeItem*>& items, TreeItem* target, wxUtils::TreeDropPlace place) {
+    const XObject targetObject = findObjectInMap(target);
+    const bool onRoot = target == GetRoot();
+    if (place == wxUtils::TreeDropPlace::Onto) {
+        if (!onRoot && (!targetObject.IsValid() || !targetObject.SupportsChildObjects())) return false;
+    } else if (onRoot) {
+        return false;  // nothing goes beside the scene itself
+    }
+    for (TreeItem* item : items)
+        if (item == GetRoot() || !findObjectInMap(item).IsValid()) return false;
+    return true;
+}
+
+void XSceneExplorer::onDropItems(const std::vector<TreeItem*>& items, TreeItem* target, wxUtils::TreeDropPlace place) {
+    std::vector<XObject> moving;
+    for (TreeItem* item : items) moving.push_back(findObjectInMap(item));
+    const XObject targetObject = target == GetRoot() ? Scene().RootObject() : findObjectInMap(target);
+    inChangeBlock(
+        [&] {
+            if (place == wxUtils::TreeDropPlace::Onto) {
+                for (XObject& object : moving) object.SetParent(targetObject);
+                return;
+            }
+            // Beside the target, in the dragged order: above goes before the target each time; below
+            // goes after the target, then after the object placed last.
+            const XObject parent = targetObject.Parent();
+            const auto indexOf = [&](const XObject& child) {
+                int index = 0;
+                while (index < parent.ChildCount() && parent.Child(index).ObjectID() != child.ObjectID()) ++index;
+                return index;
+            };
+            XObject anchor = targetObject;
+            for (XObject& object : moving) {
+                if (object.ObjectID() == anchor.ObjectID()) continue;
+                int index = indexOf(anchor) + (place == wxUtils::TreeDropPlace::Below ? 1 : 0);
+                // A sibling that moves down leaves a gap before its new place.
+                if (object.Parent().ObjectID() == parent.ObjectID() && indexOf(object) < index) --index;
+                object.SetParent(parent, index);
+                if (place == wxUtils::TreeDropPlace::Below) anchor = object;
+            }
+        },
+        L"Parent");
+}
+
 void XSceneExplorer::onPaintWhenShown(wxPaintEvent& event) {
     // Painting means the panel is on screen again: catch up with what was missed while hidden, once
     // the paint is over.

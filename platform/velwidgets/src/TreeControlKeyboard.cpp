@@ -36,6 +36,10 @@ void TreeControl::moveFocusTo(long row, bool ctrl, bool shift) {
 }
 
 void TreeControl::onKeyDown(wxKeyEvent& event) {
+    if (m_drag.isDragging() && event.GetKeyCode() == WXK_ESCAPE) {
+        endDrag(false);  // Escape cancels a drag, as everywhere on the desktop
+        return;
+    }
     TreeEvent key(wxEVT_VEL_TREE_KEY_DOWN, GetId(), m_focus);
     key.SetEventObject(this);
     key.SetKey(event.GetKeyCode(), event.GetModifiers());

@@ -123,8 +123,25 @@ void TreeControl::RenderTo(wxDC& dc, const wxSize& size) {
     for (size_t row = m_topRow; row < count && y < size.y; ++row, y += m_rowHeight)
         drawRow(dc, m_rows->at(row), wxRect(0, y, size.x, m_rowHeight));
     if (headerHeight() > 0) drawHeader(dc, size.x);
+    drawDropIndicator(dc);
     if (m_widest != widest && HasFlag(wxHSCROLL) && GetHandle())
         CallAfter([this] { updateScrollbars(); });  // scroll bars are not changed while drawing
+}
+
+void TreeControl::drawDropIndicator(wxDC& dc) {
+    // Onto: a frame around the target's label; above or below: a line at that edge of the label.
+    if (!m_drag.isDragging() || !m_drag.isAllowed() || !m_drag.target()) return;
+    const wxRect label = GetLabelRect(m_drag.target());
+    if (label.IsEmpty()) return;
+    dc.SetPen(wxPen(m_scheme.selectionBackground, 2));
+    dc.SetBrush(*wxTRANSPARENT_BRUSH);
+    switch (m_drag.place()) {
+    case TreeDropPlace::Onto: dc.DrawRectangle(label); break;
+    case TreeDropPlace::Above: dc.DrawLine(label.GetLeft(), label.GetTop(), label.GetRight() + 40, label.GetTop()); break;
+    case TreeDropPlace::Below:
+        dc.DrawLine(label.GetLeft(), label.GetBottom(), label.GetRight() + 40, label.GetBottom());
+        break;
+    }
 }
 
 void TreeControl::drawHeader(wxDC& dc, int width) {

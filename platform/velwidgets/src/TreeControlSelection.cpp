@@ -1,6 +1,8 @@
 // The tree control's selection, focus and mouse handling.
 #include <velwidgets/TreeControl.h>
 
+#include <wx/settings.h>
+
 #include "TreeGraveyard.h"
 #include "TreeRows.h"
 
@@ -136,6 +138,48 @@ void TreeControl::onMouse(wxMouseEvent& event) {
         return;
     }
     userSelect(item, event.ControlDown(), event.ShiftDown());
+    // A press on a selected item may become a drag of the whole selection.
+    if (event.LeftDown() && item->IsSelected()) m_drag.press(item, event.GetPosition(), m_selection);
+    else m_drag.reset();
+}
+
+// ---------------------------------------------------------------------------------------------
+// Dragging items
+
+void TreeControl::onDragMotion(wxMouseEvent& event) {
+    event.Skip();
+    if (!event.LeftIsDown()) return;
+    if (m_drag.move(event.GetPosition(), std::max(3, wxSystemSettings::GetMetric(wxSYS_DRAG_X, this))))
+        CaptureMouse();
+    if (!m_drag.isDragging()) return;
+    TreeItem* target = HitTest(event.GetPosition());
+    TreeDropPlace place = TreeDropPlace::Onto;
+    if (target) {
+        const wxRect label = GetLabelRect(target);
+        place = TreeItemDrag::placeIn(event.GetPosition().y - label.y, label.height);
+    }
+    const bool allowed = target && !m_drag.targetsItself(target) && canDropItems(m_drag.items(), target, place);
+    m_drag.aim(target, place, allowed);
+    SetCursor(wxCursor(allowed ? wxCURSOR_ARROW : wxCURSOR_NO_ENTRY));
+    Refresh(false);
+}
+
+void TreeControl::onDragRelease(wxMouseEvent& event) {
+    event.Skip();
+    endDrag(m_drag.isDragging() && m_drag.isAllowed());
+}
+
+void TreeControl::endDrag(bool drop) {
+    const bool wasDragging = m_drag.isDragging();
+    const std::vector<TreeItem*> items = m_drag.items();
+    TreeItem* target = m_drag.target();
+    const TreeDropPlace place = m_drag.place();
+    m_drag.reset();
+    if (HasCapture()) ReleaseMouse();
+    if (!wasDragging) return;
+    SetCursor(wxNullCursor);
+    Refresh(false);
+    if (drop) onDropItems(items, target, place);
 }
 
 void TreeControl::toggleCheck(TreeItem* item, int column) {

@@ -143,6 +143,14 @@ protected:
     void onTreeKey(wxUtils::TreeEvent& event);
     void onPaintWhenShown(wxPaintEvent& event);
 
+protected:
+    // Dragging objects in the tree reparents them: onto an object puts them under it, above or
+    // below puts them beside it; one undo step.
+    bool canDropItems(const std::vector<wxUtils::TreeItem*>& items, wxUtils::TreeItem* target,
+                      wxUtils::TreeDropPlace place) override;
+    void onDropItems(const std::vector<wxUtils::TreeItem*>& items, wxUtils::TreeItem* target,
+                     wxUtils::TreeDropPlace place) override;
+
 private:
     wxUtils::NavigatorTreeItem* createTreeItem(const VelX::XObject& object, wxUtils::TreeItem* parent,
                                               const std::wstring& typeName);

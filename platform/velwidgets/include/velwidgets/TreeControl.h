@@ -3,6 +3,7 @@
 #include <velwidgets/ColourSchemeClient.h>
 #include <velwidgets/TreeEvent.h>
 #include <velwidgets/TreeItem.h>
+#include <velwidgets/TreeItemDrag.h>
 #include <velwidgets/TreeTypeAhead.h>
 
 #include <wx/bitmap.h>
@@ -132,6 +133,13 @@ protected:
     virtual const wxBitmap* getItemIcon(TreeItem* item, TreeItemState state) { return nullptr; }
     virtual void preDrawItem(TreeItem* item, wxDC& dc, const wxRect& row) {}
     virtual void postDrawItem(TreeItem* item, wxDC& dc, const wxRect& row) {}
+    // Dragging selected items with the mouse: whether they may go above, onto or below the target,
+    // and the drop itself. By default nothing may be dropped.
+    virtual bool canDropItems(const std::vector<TreeItem*>& items, TreeItem* target, TreeDropPlace place) {
+        return false;
+    }
+    virtual void onDropItems(const std::vector<TreeItem*>& items, TreeItem* target, TreeDropPlace place) {}
+    bool IsDraggingItems() const { return m_drag.isDragging(); }
     // Lines drawn above or below a row, for trees that group their items.
     virtual bool hasUpperSeparator(TreeItem* item) { return false; }
     virtual bool hasLowerSeparator(TreeItem* item) { return false; }
@@ -171,6 +179,10 @@ private:
     void onPaint(wxPaintEvent& event);
     void onSize(wxSizeEvent& event);
     void onMouse(wxMouseEvent& event);
+    void onDragMotion(wxMouseEvent& event);
+    void onDragRelease(wxMouseEvent& event);
+    void endDrag(bool drop);
+    void drawDropIndicator(wxDC& dc);
     void onWheel(wxMouseEvent& event);
     void onContextMenu(wxContextMenuEvent& event);
     void onKeyDown(wxKeyEvent& event);
@@ -181,6 +193,7 @@ private:
     std::unique_ptr<TreeRows> m_rows;
     TreeItem* m_root = nullptr;
     std::vector<TreeItem*> m_selection;
+    TreeItemDrag m_drag;
     std::unique_ptr<TreeGraveyard> m_graveyard;  // replaced items waiting to be freed
     TreeItem* m_focus = nullptr;
     TreeItem* m_anchor = nullptr;

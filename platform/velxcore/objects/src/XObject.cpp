@@ -106,6 +106,12 @@ bool XObject::SetParent(const XObject& parent) {
     return m_database->db().setParent(m_id, target);
 }
 
+bool XObject::SetParent(const XObject& parent, int index) {
+    if (!IsValid()) return false;
+    int target = parent.IsValid() && parent.m_database == m_database ? parent.m_id : db::Database::RootId;
+    return m_database->db().setParent(m_id, target, index);
+}
+
 bool XObject::Unparent() { return IsValid() && m_database->db().setParent(m_id, db::Database::RootId); }
 
 bool XObject::SupportsChildObjects() const {

@@ -58,6 +58,8 @@ public:
     bool IsParentOf(const XObject& child) const;   // direct parent
     XObject FindAncestor(const std::wstring& typeId, XComparisonMode mode) const;
     bool SetParent(const XObject& parent);
+    // Under the parent at this place among its children (-1: last).
+    bool SetParent(const XObject& parent, int index);
     bool Unparent();
 
     // Capabilities.
