@@ -172,6 +172,8 @@ void XAttributeSource::getName(wxString& name) { name = wxString(m_label); }
 
 int XAttributeSource::getType() { return rowKind(m_valueKind); }
 
+// A keyed attribute refuses a plain write (its curve drives it); the setters then key the value at
+// the current frame instead. Asking first would cost a look-up per attribute on every write.
 template <typename Set> void XAttributeSource::writeEvery(Set set) {
     size_t refused = 0;
     VelX::XAttribute first;
@@ -205,8 +207,8 @@ bool XAttributeSource::getIntegerValue(int& value) {
 
 bool XAttributeSource::setIntegerValue(int value) {
     writeEvery([&](VelX::XAttribute& attribute) {
-        if (attribute.IsAnimated()) attribute.SetKeyframe(static_cast<float>(value));
-        else attribute.SetInteger(value);
+        if (attribute.SetInteger(value).WasRefused() && attribute.IsAnimated())
+            attribute.SetKeyframe(static_cast<float>(value));
     });
     return true;
 }
@@ -220,8 +222,7 @@ bool XAttributeSource::getFloatValue(float& value, wxString& units) {
 
 bool XAttributeSource::setFloatValue(float value) {
     writeEvery([&](VelX::XAttribute& attribute) {
-        if (attribute.IsAnimated()) attribute.SetDisplayKeyframe(value);
-        else attribute.SetDisplayFloat(value);
+        if (attribute.SetDisplayFloat(value).WasRefused() && attribute.IsAnimated()) attribute.SetDisplayKeyframe(value);
     });
     return true;
 }
@@ -234,8 +235,7 @@ bool XAttributeSource::getBooleanValue(bool& value) {
 
 bool XAttributeSource::setBooleanValue(bool value) {
     writeEvery([&](VelX::XAttribute& attribute) {
-        if (attribute.IsAnimated()) attribute.SetKeyframe(value ? 1.0f : 0.0f);
-        else attribute.SetBoolean(value);
+        if (attribute.SetBoolean(value).WasRefused() && attribute.IsAnimated()) attribute.SetKeyframe(value ? 1.0f : 0.0f);
     });
     return true;
 }
@@ -310,8 +310,8 @@ bool XAttributeSource::getEnumerationValues(std::vector<wxString>& values) {
 
 bool XAttributeSource::setEnumerationIndex(int index) {
     writeEvery([&](VelX::XAttribute& attribute) {
-        if (attribute.IsAnimated()) attribute.SetKeyframe(static_cast<float>(index));
-        else attribute.SetEnumeration(index);
+        if (attribute.SetEnumeration(index).WasRefused() && attribute.IsAnimated())
+            attribute.SetKeyframe(static_cast<float>(index));
     });
     return true;
 }

@@ -137,12 +137,18 @@ void XSceneExplorer::recursiveCreateChildItems(const XObject& object, NavigatorT
     object.ChildObjects(children);
     if (children.size() > 1) item->ReserveChildren(children.size());
     for (const XObject& child : children) {
-        if (isHiddenInExplorer(child)) continue;
         std::wstring coreType = child.ObjectType();
         auto known = m_buildTypes.find(coreType);
-        if (known == m_buildTypes.end()) known = m_buildTypes.emplace(std::move(coreType), &getNavigatorItemType(child)).first;
-        const std::wstring& typeName = *known->second;
+        if (known == m_buildTypes.end())
+            known = m_buildTypes
+                        .emplace(std::move(coreType),
+                                 BuildType{&getNavigatorItemType(child), child.Attribute(HiddenInExplorerName)})
+                        .first;
+        const std::wstring& typeName = *known->second.itemType;
         if (typeName.empty()) continue;
+        // The hidden flag is found by name once per type; for each object it is the same slot.
+        const VelX::XAttribute hidden = known->second.hidden.SameAttributeOf(child);
+        if (hidden.IsValid() && hidden.Boolean()) continue;
         if (NavigatorTreeItem* childItem = createTreeItem(child, item, typeName)) recursiveCreateChildItems(child, childItem);
     }
 }
@@ -267,7 +273,7 @@ void XSceneExplorer::OnSceneChanged(const VelX::XSceneChange& change, bool) {
     databaseChange.DeletedObjects(deleted);
     databaseChange.RenamedObjects(renamed);
     databaseChange.ReparentedObjects(reparented);
-    if (databaseChange.IsAttributeNameChanged(L"hiddenInExplorer")) {
+    if (databaseChange.IsAttributeNameChanged(HiddenInExplorerName)) {
         // Rare: objects came into the tree or left it; build it again, keeping what is expanded.
         OnSceneLoaded(Scene());
         return;
@@ -327,9 +333,10 @@ void XSceneExplorer::addTreeItem(const XObject& object) {
     }
 }
 
+const std::wstring XSceneExplorer::HiddenInExplorerName = L"hiddenInExplorer";
+
 bool XSceneExplorer::isHiddenInExplorer(const XObject& object) {
-    static const std::wstring hidden = L"hiddenInExplorer";
-    const VelX::XAttribute attribute = object.Attribute(hidden);
+    const VelX::XAttribute attribute = object.Attribute(HiddenInExplorerName);
     return attribute.IsValid() && attribute.Boolean();
 }
 

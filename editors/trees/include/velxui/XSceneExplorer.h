@@ -3,6 +3,7 @@
 #include <velxui/XEditor.h>
 
 #include <velwidgets/NavigatorTree.h>
+#include <velxcore/XAttribute.h>
 
 #include <velutils/Vector.h>
 
@@ -174,7 +175,13 @@ private:
     std::unique_ptr<TreeItemMap> m_itemMap;
     // Registered types by name, found once: building a large tree asks for one per item.
     std::vector<std::pair<const std::wstring*, wxUtils::NavigatorItemType*>> m_typeCache;
-    std::unordered_map<std::wstring, const std::wstring*> m_buildTypes;  // object type -> item type name
+    // Per object type while building: the item type name, and its hidden flag to copy per object.
+    struct BuildType {
+        const std::wstring* itemType;
+        VelX::XAttribute hidden;
+    };
+    std::unordered_map<std::wstring, BuildType> m_buildTypes;
+    static const std::wstring HiddenInExplorerName;
 };
 
 }  // namespace VelXUI
