@@ -14,6 +14,7 @@
 #include <velxcore/XAnimation.h>
 #include <velxcore/XScene.h>
 #include <velxcore/XSceneSettings.h>
+#include <velxcore/XSettings.h>
 
 #include <veldatabase/Database.h>
 
@@ -629,4 +630,25 @@ TEST_F(AttributeControlTest, AnObjectReferenceRowTakesANameOrAPathRefusesAWrongT
     completer.GetCompletions("hero/hips/sp", completions);
     EXPECT_NE(completions.Index("Hero/Hips/Spine"), wxNOT_FOUND);
     EXPECT_EQ(completions.Index("Ground"), wxNOT_FOUND);
+}
+
+TEST_F(AttributeControlTest, ChangingTheDisplayUnitsRelabelsEveryRowInThePass) {
+    VelX::XSettings& settings = VelX::XApplication::Instance().Settings();
+    const std::wstring unit = settings.LengthUnit().EnumerationString();
+    select({L"HandTarget"});
+    XAttributeListControl* list = control().ListControls()[0];
+    const int r = row(0, L"translateX");
+    settings.LengthUnit().SetEnumeration(L"metres");
+    pass();
+    const wxString metres = list->GetAttributeGroup(r)->getValueText();
+    EXPECT_EQ(list->GetAttributeGroup(r)->getUnits(), "m");
+    settings.LengthUnit().SetEnumeration(L"centimetres");
+    pass();
+    const wxString centimetres = list->GetAttributeGroup(r)->getValueText();
+    const wxString units = list->GetAttributeGroup(r)->getUnits();
+    settings.LengthUnit().SetEnumeration(unit);
+    EXPECT_EQ(units, "cm") << "the unit label stayed as it was";
+    double m = 0, cm = 0;
+    ASSERT_TRUE(metres.ToCDouble(&m) && centimetres.ToCDouble(&cm)) << metres << " " << centimetres;
+    EXPECT_NEAR(cm, m * 100.0, 1e-3);
 }

@@ -46,6 +46,8 @@ XAttributeSource::XAttributeSource(XAttributeControl* control, const VelX::XAttr
 
 void XAttributeSource::refresh() {
     m_fresh = false;
+    // The display units may have changed since the row was made (the values are read in them too).
+    m_unitsLabel = VelX::XApplication::Instance().DisplayUnits().shortName(m_unitKind);
     m_animated = m_connected = m_editable = true;
     m_mixed = m_flagged = false;
     m_integer = 0;
