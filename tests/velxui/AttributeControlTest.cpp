@@ -652,3 +652,32 @@ TEST_F(AttributeControlTest, ChangingTheDisplayUnitsRelabelsEveryRowInThePass) {
     ASSERT_TRUE(metres.ToCDouble(&m) && centimetres.ToCDouble(&cm)) << metres << " " << centimetres;
     EXPECT_NEAR(cm, m * 100.0, 1e-3);
 }
+
+TEST_F(AttributeControlTest, TheMenuKeyAndShiftF10OpenTheRowMenuFromTheKeyboard) {
+    select({L"HandTarget"});
+    XAttributeListControl* list = control().ListControls()[0];
+    const int r = row(0, L"translateZ");
+    // Select the row with a click on its name, as a user would.
+    const wxRect rect = list->getItemRect(r);
+    wxUIActionSimulator input;
+    input.MouseMove(list->ClientToScreen(wxPoint(12, rect.y + rect.height / 2)));
+    GuiTest::pumpEvents(30);
+    input.MouseClick();
+    GuiTest::pumpEvents(60);
+    int menus = 0;
+    list->Bind(wxEVT_MENU_OPEN, [&](wxMenuEvent& event) {
+        ++menus;
+        event.Skip();
+    });
+    wxTimer escape;
+    escape.Bind(wxEVT_TIMER, [](wxTimerEvent&) { wxUIActionSimulator().Char(WXK_ESCAPE); });
+    for (int key : {static_cast<int>(WXK_MENU), static_cast<int>(WXK_F10)}) {
+        list->SetFocus();
+        GuiTest::pumpEvents(50);
+        escape.StartOnce(500);
+        wxUIActionSimulator().Char(key, key == WXK_F10 ? wxMOD_SHIFT : wxMOD_NONE);
+        GuiTest::pumpEvents(700);
+    }
+    EXPECT_EQ(menus, 2);
+    EXPECT_EQ(list->getSelectedItems(), std::vector<int>({r}));
+}

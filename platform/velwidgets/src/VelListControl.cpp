@@ -33,6 +33,7 @@ bool VelListControl::Create(wxWindow* parent, wxWindowID id, const wxPoint& pos,
     Bind(wxEVT_LEFT_UP, &VelListControl::onLeftUp, this);
     Bind(wxEVT_MOTION, &VelListControl::onMotion, this);
     Bind(wxEVT_RIGHT_DOWN, &VelListControl::onRightDown, this);
+    Bind(wxEVT_CONTEXT_MENU, &VelListControl::onContextMenuKey, this);
     Bind(wxEVT_KEY_DOWN, &VelListControl::onKeyDown, this);
     Bind(wxEVT_SET_FOCUS, &VelListControl::onFocus, this);
     Bind(wxEVT_KILL_FOCUS, &VelListControl::onFocus, this);
@@ -421,6 +422,27 @@ void VelListControl::onRightDown(wxMouseEvent& event) {
     VelListEvent menu(wxEVT_VELLIST_CONTEXT_MENU, GetId(), row);
     menu.SetEventObject(this);
     menu.setPosition(event.GetPosition());
+    ProcessWindowEvent(menu);
+}
+
+void VelListControl::onContextMenuKey(wxContextMenuEvent& event) {
+    // The Menu key or Shift+F10 (a right click also arrives here, with a position: it was handled
+    // on the button press): the focus row's menu, at the row.
+    if (event.GetPosition() != wxDefaultPosition) {
+        event.Skip();
+        return;
+    }
+    int row = m_focus;
+    if (row < 0 && !getSelectedItems().empty()) row = getSelectedItems().back();
+    if (row < 0) {
+        event.Skip();
+        return;
+    }
+    if (!isItemSelected(row)) onRequestSelectExclusively(row);
+    const wxRect rect = getItemRect(row);
+    VelListEvent menu(wxEVT_VELLIST_CONTEXT_MENU, GetId(), row);
+    menu.SetEventObject(this);
+    menu.setPosition(wxPoint(rect.x + rect.width / 3, rect.GetBottom()));
     ProcessWindowEvent(menu);
 }
 

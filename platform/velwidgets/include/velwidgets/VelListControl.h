@@ -120,6 +120,7 @@ private:
     void onLeftUp(wxMouseEvent& event);
     void onMotion(wxMouseEvent& event);
     void onRightDown(wxMouseEvent& event);
+    void onContextMenuKey(wxContextMenuEvent& event);
     void onKeyDown(wxKeyEvent& event);
     void onFocus(wxFocusEvent& event);
     void onCaptureLost(wxMouseCaptureLostEvent& event);
