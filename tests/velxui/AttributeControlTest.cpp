@@ -681,3 +681,43 @@ TEST_F(AttributeControlTest, TheMenuKeyAndShiftF10OpenTheRowMenuFromTheKeyboard)
     EXPECT_EQ(menus, 2);
     EXPECT_EQ(list->getSelectedItems(), std::vector<int>({r}));
 }
+
+TEST_F(AttributeControlTest, ScrubbingAMixedRowMovesEachObjectFromItsOwnValue) {
+    scene().Database().BeginChangeBlock();
+    attribute(L"Ground.translateZ").SetFloat(1.0f);
+    attribute(L"LookAtMarker.translateZ").SetFloat(5.0f);
+    scene().Database().EndChangeBlock(L"Set Up");
+    select({L"Ground", L"LookAtMarker"});
+    scene().Database().db().clearUndo();
+    pass();
+    XAttributeListControl* list = control().ListControls()[0];
+    const int r = row(0, L"translateZ");
+    ASSERT_TRUE(list->GetAttributeGroup(r)->isMultiple());
+    const wxRect rect = list->getItemRect(r);
+    const wxPoint start = list->ClientToScreen(wxPoint(list->getNameColumnWidth() + 10, rect.y + rect.height / 2));
+    wxUIActionSimulator input;
+    input.MouseMove(start);
+    GuiTest::pumpEvents(20);
+    input.MouseDown();
+    GuiTest::pumpEvents(20);
+    for (int dx = 10; dx <= 50; dx += 10) {
+        input.MouseMove(start + wxPoint(dx, 0));
+        GuiTest::pumpEvents(20);
+    }
+    input.MouseUp();
+    GuiTest::pumpEvents(40);
+    // 50 pixels at a hundredth of the last object's order of magnitude (5 -> 0.01 a pixel).
+    EXPECT_NEAR(attribute(L"Ground.translateZ").Float(), 1.5f, 1e-4);
+    EXPECT_NEAR(attribute(L"LookAtMarker.translateZ").Float(), 5.5f, 1e-4);
+    EXPECT_EQ(undoSteps(), 1u);
+    EXPECT_FLOAT_EQ(attribute(L"Ground.translateZ").Float(), 1.0f);
+}
+
+TEST(ScrubStep, FollowsTheValuesMagnitudeAndTheQuantity) {
+    using wxUtils::VelAttributeControl;
+    EXPECT_FLOAT_EQ(VelAttributeControl::ScrubStep(0.3f, "m"), 0.01f);
+    EXPECT_FLOAT_EQ(VelAttributeControl::ScrubStep(5.0f, "m"), 0.01f);
+    EXPECT_FLOAT_EQ(VelAttributeControl::ScrubStep(250.0f, "m"), 1.0f);
+    EXPECT_FLOAT_EQ(VelAttributeControl::ScrubStep(-4000.0f, "cm"), 10.0f);
+    EXPECT_FLOAT_EQ(VelAttributeControl::ScrubStep(2.0f, "deg"), 0.1f);  // angles move visibly
+}

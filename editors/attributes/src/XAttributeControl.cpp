@@ -435,6 +435,8 @@ void XAttributeControl::ForgetRowWrites() {
 
 void XAttributeControl::SetAttributes(int value) { m_selection.setValue(value); }
 void XAttributeControl::SetAttributes(float value) { m_selection.setValue(value); }
+void XAttributeControl::RememberScrubStart() { m_selection.rememberScrubStart(); }
+void XAttributeControl::OffsetAttributes(float delta) { m_selection.offsetValue(delta); }
 void XAttributeControl::SetAttributes(bool value) { m_selection.setValue(value); }
 void XAttributeControl::SetAttributes(const std::wstring& value) { m_selection.setValue(value); }
 void XAttributeControl::ClearSelection() { m_selection.clear(); }

@@ -39,7 +39,19 @@ bool XAttributeListControl::onSetAttributes(bool value) { return setInOneStep(va
 bool XAttributeListControl::onSetAttributes(float value) { return setInOneStep(value); }
 bool XAttributeListControl::onSetAttributes(const wxString& value) { return setInOneStep(value.ToStdWstring()); }
 
-void XAttributeListControl::onBeginInteractiveEdit() { m_interactive = true; }
+bool XAttributeListControl::onOffsetAttributes(float delta) {
+    VelX::XDatabase& database = m_control.Scene().Database();
+    database.BeginChangeBlock(m_interactive);
+    m_control.OffsetAttributes(delta);
+    database.EndChangeBlock();
+    m_control.ForgetRowWrites();
+    return true;
+}
+
+void XAttributeListControl::onBeginInteractiveEdit() {
+    m_interactive = true;
+    m_control.RememberScrubStart();
+}
 
 void XAttributeListControl::onEndInteractiveEdit() {
     if (!m_interactive) return;

@@ -1,5 +1,6 @@
 #include <velxui/XAttributeListControl.h>
 #include <velxui/XAttributeListSelection.h>
+#include <velxui/XAttributeSource.h>
 
 #include <veleditors/VelAttributeGroup.h>
 
@@ -53,6 +54,19 @@ void XAttributeListSelection::setValue(const std::wstring& value) const {
         if (group.getType() == wxUtils::VelAttribute::Enumeration) return group.setEnumerationValue(text);
         if (group.getType() == wxUtils::VelAttribute::String) return group.setStringValue(text);
         return false;
+    });
+}
+
+void XAttributeListSelection::rememberScrubStart() const {
+    for (XAttributeListControl* list : m_lists)
+        for (int row : list->getSelectedItems())
+            if (wxUtils::VelAttributeGroup* group = list->GetAttributeGroup(row))
+                static_cast<XAttributeSource*>(group->getAttribute())->rememberScrubStart();
+}
+
+void XAttributeListSelection::offsetValue(float delta) const {
+    setOnSelectedRows([delta](wxUtils::VelAttributeGroup& group) {
+        return static_cast<XAttributeSource*>(group.getAttribute())->offsetFromScrubStart(delta);
     });
 }
 

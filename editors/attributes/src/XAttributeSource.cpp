@@ -229,6 +229,31 @@ bool XAttributeSource::setFloatValue(float value) {
     return true;
 }
 
+void XAttributeSource::rememberScrubStart() {
+    m_scrubStart.clear();
+    for (const VelX::XAttribute& attribute : m_attributes)
+        m_scrubStart.push_back(m_valueKind == IntegerKind ? static_cast<float>(attribute.Integer()) : attribute.AsDisplayFloat());
+}
+
+bool XAttributeSource::offsetFromScrubStart(float delta) {
+    if (m_scrubStart.size() != m_attributes.size() || (m_valueKind != FloatKind && m_valueKind != IntegerKind)) return false;
+    const VelX::XAttribute* first = m_attributes.data();
+    writeEvery([&](VelX::XAttribute& attribute) {
+        const float value = m_scrubStart[static_cast<size_t>(&attribute - first)] + delta;
+        if (m_valueKind == IntegerKind) {
+            if (attribute.SetInteger(static_cast<int>(value)).WasRefused() && attribute.IsAnimated())
+                attribute.SetKeyframe(static_cast<float>(static_cast<int>(value)));
+        } else if (attribute.SetDisplayFloat(value).WasRefused() && attribute.IsAnimated()) {
+            attribute.SetDisplayKeyframe(value);
+        }
+    });
+    if (m_attributes.size() > 1) {
+        refresh();  // the objects moved from different values: the row may still be mixed
+        m_fresh = true;
+    }
+    return true;
+}
+
 bool XAttributeSource::getBooleanValue(bool& value) {
     refreshUnlessFresh();
     value = m_boolean;

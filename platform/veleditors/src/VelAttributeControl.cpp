@@ -7,6 +7,7 @@
 #include <wx/menu.h>
 #include <wx/textctrl.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -15,7 +16,6 @@ namespace wxUtils {
 namespace {
 constexpr int TextInset = 6;
 constexpr int ScrubPixelsPerInteger = 4;
-constexpr float ScrubFloatStep = 0.01f;  // per pixel; ten times that with Shift held
 
 bool parseInteger(const wxString& text, int& value) {
     long number = 0;
@@ -294,9 +294,10 @@ bool VelAttributeControl::onItemDragStart(int row, int column, const wxPoint& cl
     cancelEdit();
     m_scrubRow = row;
     m_scrubStartX = client.x;
+    // A mixed row scrubs too: every object moves from its own value (see onOffsetAttributes).
     m_scrubStartValue = group->getType() == VelAttribute::Float ? group->getFloatValue()
                                                                  : static_cast<float>(group->getIntegerValue());
-    if (group->isMultiple()) m_scrubStartValue = 0.0f;
+    m_scrubStep = ScrubStep(m_scrubStartValue, group->getUnits());
     onBeginInteractiveEdit();
     return true;
 }
@@ -305,13 +306,26 @@ void VelAttributeControl::onItemDrag(const wxPoint& client) {
     const VelAttributeGroup* group = GetAttributeGroup(m_scrubRow);
     if (!group) return;
     const int dx = client.x - m_scrubStartX;
-    if (group->getType() == VelAttribute::Integer) {
-        onSetAttributes(static_cast<int>(m_scrubStartValue) + dx / ScrubPixelsPerInteger);
-    } else {
-        const float step = wxGetKeyState(WXK_SHIFT) ? ScrubFloatStep * 10.0f : ScrubFloatStep;
-        onSetAttributes(m_scrubStartValue + static_cast<float>(dx) * step);
-    }
+    const float speed = wxGetKeyState(WXK_SHIFT) ? 0.1f : (wxGetKeyState(WXK_CONTROL) ? 10.0f : 1.0f);
+    if (group->getType() == VelAttribute::Integer)
+        onOffsetAttributes(static_cast<float>(static_cast<int>(dx * speed) / ScrubPixelsPerInteger));
+    else
+        onOffsetAttributes(static_cast<float>(dx) * m_scrubStep * speed);
     RefreshRect(valueRect(m_scrubRow), false);
+}
+
+bool VelAttributeControl::onOffsetAttributes(float delta) {
+    const VelAttributeGroup* group = GetAttributeGroup(m_scrubRow);
+    if (group && group->getType() == VelAttribute::Integer)
+        return onSetAttributes(static_cast<int>(m_scrubStartValue + delta));
+    return onSetAttributes(m_scrubStartValue + delta);
+}
+
+float VelAttributeControl::ScrubStep(float value, const wxString& units) {
+    const float magnitude = std::fabs(value);
+    float step = magnitude >= 1.0f ? std::pow(10.0f, std::floor(std::log10(magnitude)) - 2.0f) : 0.01f;
+    if (units == "deg" || units == wxString::FromUTF8("\xC2\xB0")) step = std::max(step, 0.1f);
+    return step;
 }
 
 void VelAttributeControl::onItemDragEnd() {

@@ -76,6 +76,8 @@ public:
     void SetAttributes(int value);
     void SetAttributes(bool value);
     void SetAttributes(float value);
+    void RememberScrubStart();
+    void OffsetAttributes(float delta);
     void SetAttributes(const std::wstring& value);
 
     // Ends what SetAttributes told the rows about their own writes, once their change block is over.

@@ -37,6 +37,7 @@ protected:
     bool onSetAttributes(const wxString& value) override;
     void onTextRefused(int row, const wxString& text, const wxString& reason) override;
     wxTextCompleter* onRequestCompleter(int row) override;
+    bool onOffsetAttributes(float delta) override;
     void onBeginInteractiveEdit() override;
     void onEndInteractiveEdit() override;
     bool onRequestEditNextList(bool backwards) override;

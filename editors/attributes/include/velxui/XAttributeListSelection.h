@@ -25,6 +25,9 @@ public:
     void setValue(float value) const;
     void setValue(bool value) const;
     void setValue(const std::wstring& value) const;
+    // A scrub: the selected rows note their objects' values, then move each by the same amount.
+    void rememberScrubStart() const;
+    void offsetValue(float delta) const;
 
     void clear() const;
     void selectAll() const;

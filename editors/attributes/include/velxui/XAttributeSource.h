@@ -66,6 +66,9 @@ public:
     bool anyKeyable() const;
     size_t attributeCount() const { return m_attributes.size(); }
     bool isObjectReference() const { return m_valueKind == ObjectReferenceKind; }
+    // A scrub moves each object from its own value: note the values, then offset them.
+    void rememberScrubStart();
+    bool offsetFromScrubStart(float delta);
     bool isMultiple() override { return m_mixed; }
     bool isSpecial() override { return false; }
     bool getIntegerValue(int& value) override;
@@ -117,6 +120,7 @@ private:
     std::wstring m_enumString;
     bool m_dirty = false;
     bool m_fresh = false;  // refreshed by a setter and not read since
+    std::vector<float> m_scrubStart;  // display values when the scrub began, per attribute
     bool m_wroteAll = false;
 };
 

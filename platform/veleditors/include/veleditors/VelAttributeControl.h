@@ -47,6 +47,10 @@ public:
     int getEditRow() const { return m_editRow; }
     wxTextCtrl* getEditor() const { return m_editor; }
     bool isScrubbing() const { return m_scrubRow >= 0; }
+    // How far a float moves per pixel of scrubbing from this value: a hundredth of its order of
+    // magnitude (at least 0.01), and at least a tenth of a unit for angles. Shift divides by ten
+    // (fine), Ctrl multiplies by ten (coarse).
+    static float ScrubStep(float value, const wxString& units);
     // The first row from `from` on, stepping by `step`, whose value can be typed; -1 when none.
     int findTypableRow(int from, int step) const;
 
@@ -68,6 +72,9 @@ protected:
     virtual void onTextRefused(int row, const wxString& text, const wxString& reason);
     // Completion for the row's text field while it is typed into (null: none). The field owns it.
     virtual wxTextCompleter* onRequestCompleter(int row);
+    // A scrub moved the pointer: each selected row's objects move by `delta` from where they were
+    // when the drag began. The default sets the scrubbed row's starting value plus the delta.
+    virtual bool onOffsetAttributes(float delta);
     // Around a scrub: the owner may open one change block for the whole drag.
     virtual void onBeginInteractiveEdit();
     virtual void onEndInteractiveEdit();
@@ -100,6 +107,7 @@ private:
     int m_scrubRow = -1;
     int m_scrubStartX = 0;
     float m_scrubStartValue = 0.0f;
+    float m_scrubStep = 0.01f;
     int m_textHeight = 0;
     std::map<wxString, int> m_unitsWidths;  // in the window's font
 };
