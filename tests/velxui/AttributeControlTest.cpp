@@ -721,3 +721,27 @@ TEST(ScrubStep, FollowsTheValuesMagnitudeAndTheQuantity) {
     EXPECT_FLOAT_EQ(VelAttributeControl::ScrubStep(-4000.0f, "cm"), 10.0f);
     EXPECT_FLOAT_EQ(VelAttributeControl::ScrubStep(2.0f, "deg"), 0.1f);  // angles move visibly
 }
+
+TEST_F(AttributeControlTest, ClickingAValueOfAMultiRowSelectionKeepsItAndTheValueGoesToEveryRow) {
+    select({L"HandTarget"});
+    XAttributeListControl* list = control().ListControls()[0];
+    const int scaleX = row(0, L"scaleX"), scaleY = row(0, L"scaleY");
+    // Select both rows by their names: click, then Ctrl+click.
+    wxUIActionSimulator input;
+    for (int r : {scaleX, scaleY}) {
+        const wxRect rect = list->getItemRect(r);
+        input.MouseMove(list->ClientToScreen(wxPoint(12, rect.y + rect.height / 2)));
+        GuiTest::pumpEvents(30);
+        if (r == scaleY) input.KeyDown(0, wxMOD_CONTROL);
+        input.MouseClick();
+        if (r == scaleY) input.KeyUp(0, wxMOD_CONTROL);
+        GuiTest::pumpEvents(60);
+    }
+    ASSERT_EQ(list->getSelectedItems().size(), 2u);
+    typeIntoRow(list, scaleY, "2.5");
+    EXPECT_EQ(list->getSelectedItems().size(), 2u) << "clicking the value collapsed the selection";
+    wxUIActionSimulator().Char(WXK_RETURN);
+    GuiTest::pumpEvents(60);
+    EXPECT_FLOAT_EQ(attribute(L"HandTarget.scaleX").Float(), 2.5f);
+    EXPECT_FLOAT_EQ(attribute(L"HandTarget.scaleY").Float(), 2.5f);
+}

@@ -365,7 +365,9 @@ void VelListControl::onLeftDown(wxMouseEvent& event) {
             setFocusItem(row);
         } else if (event.ShiftDown()) {
             selectRange(m_anchor, row);
-        } else if (!isItemSelected(row) || getSelectedCount() != 1) {
+        } else if (!isItemSelected(row) || (getSelectedCount() != 1 && column != ValueColumn)) {
+            // A press on the value of a row that is part of a larger selection keeps the selection:
+            // the typed or scrubbed value then goes to every selected row.
             onRequestSelectExclusively(row);
         }
     }
