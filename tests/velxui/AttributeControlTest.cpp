@@ -745,3 +745,29 @@ TEST_F(AttributeControlTest, ClickingAValueOfAMultiRowSelectionKeepsItAndTheValu
     EXPECT_FLOAT_EQ(attribute(L"HandTarget.scaleX").Float(), 2.5f);
     EXPECT_FLOAT_EQ(attribute(L"HandTarget.scaleY").Float(), 2.5f);
 }
+
+TEST_F(AttributeControlTest, ArrowsPassOverCollapsedSections) {
+    lua("AttributeEditor = {AttributeSets = function(t)\n"
+        "  return {{'A', {'translateX', 'translateY'}}, {'B', {'scaleX', 'scaleY'}}, {'C', {'rotateX'}}}\n"
+        "end}");
+    select({L"LookAtMarker"});
+    ASSERT_EQ(control().ListControls().size(), 3u);
+    XAttributeListControl* first = control().ListControls()[0];
+    XAttributeListControl* middle = control().ListControls()[1];
+    XAttributeListControl* last = control().ListControls()[2];
+    middle->setExpanded(false);
+    GuiTest::pumpEvents(50);
+    const wxRect row = first->getItemRect(1);
+    wxUIActionSimulator input;
+    input.MouseMove(first->ClientToScreen(wxPoint(10, row.y + row.height / 2)));
+    GuiTest::pumpEvents(30);
+    input.MouseClick();
+    GuiTest::pumpEvents(50);
+    input.Char(WXK_DOWN);
+    GuiTest::pumpEvents(50);
+    EXPECT_TRUE(middle->getSelectedItems().empty()) << "the arrow went into a collapsed section";
+    EXPECT_EQ(last->getSelectedItems(), std::vector<int>({0}));
+    input.Char(WXK_UP);
+    GuiTest::pumpEvents(50);
+    EXPECT_EQ(first->getSelectedItems(), std::vector<int>({1}));
+}

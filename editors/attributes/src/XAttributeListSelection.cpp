@@ -93,6 +93,11 @@ void XAttributeListSelection::selectExclusively(XAttributeListControl* list, int
 }
 
 void XAttributeListSelection::moveToList(size_t index, XAttributeListControl* from, bool toEnd) const {
+    // Collapsed and empty sections are passed over: their rows are not on screen.
+    while (index < m_lists.size() && (!m_lists[index]->isExpanded() || m_lists[index]->getItemCount() == 0)) {
+        if (toEnd && index == 0) return;
+        index = toEnd ? index - 1 : index + 1;
+    }
     if (index >= m_lists.size()) return;
     XAttributeListControl* target = m_lists[index];
     clear();
