@@ -771,3 +771,29 @@ TEST_F(AttributeControlTest, ArrowsPassOverCollapsedSections) {
     GuiTest::pumpEvents(50);
     EXPECT_EQ(first->getSelectedItems(), std::vector<int>({1}));
 }
+
+TEST_F(AttributeControlTest, ChangesElsewhereKeepThePanelAndTwoRoundsBeforeAPassShowBoth) {
+    select({L"HandTarget"});
+    pass();
+    XAttributeListControl* list = control().ListControls()[0];
+    const int scaleX = row(0, L"scaleX"), scaleY = row(0, L"scaleY");
+    const unsigned long rebuilds = control().RebuildCount();
+
+    // An enumeration written on an object not shown: no rebuild.
+    scene().Database().BeginChangeBlock();
+    attribute(L"Ground.nodeState").SetEnumeration(1);
+    scene().Database().EndChangeBlock(L"Elsewhere");
+    pass();
+    EXPECT_EQ(control().RebuildCount(), rebuilds) << "a change elsewhere rebuilt the panel";
+
+    // Two rounds before one pass, each on its own row.
+    scene().Database().BeginChangeBlock();
+    attribute(L"HandTarget.scaleX").SetFloat(3.0f);
+    scene().Database().EndChangeBlock(L"First");
+    scene().Database().BeginChangeBlock();
+    attribute(L"HandTarget.scaleY").SetFloat(4.0f);
+    scene().Database().EndChangeBlock(L"Second");
+    pass();
+    EXPECT_EQ(list->GetAttributeGroup(scaleX)->getValueText(), "3") << "the first round's update was lost";
+    EXPECT_EQ(list->GetAttributeGroup(scaleY)->getValueText(), "4");
+}

@@ -342,9 +342,12 @@ void XAttributeControl::OnSceneChanged(const VelX::XSceneChange& sceneChange, bo
         if (m_displayFilter.isTouchedBy(change, m_objects.records())) m_rebuildNeeded = true;
     }
     const XAttributeEditorSettings settings = EditorSettings();
+    // Enumerations and deletions rebuild only when they touch the objects shown: elsewhere in the
+    // scene they change nothing here, and a rebuild would lose scroll, selection and focus.
+    const bool ours = change.IsObjectChanged(m_objects.objects());
     if ((settings.IsValid() && change.IsObjectChanged(settings)) ||
         (change.IsObjectRenamed() && change.IsNameChanged(m_objects.objects())) ||
-        change.IsAttributeTypeChanged(RebuildAttributeType) || change.IsObjectDeleted())
+        (ours && (change.IsAttributeTypeChanged(RebuildAttributeType) || change.IsObjectDeleted())))
         m_rebuildNeeded = true;
     if (m_rebuildNeeded || m_updateNeeded) {
         m_redrawNeeded = true;
@@ -378,9 +381,9 @@ void XAttributeControl::markDirtySources(const VelX::XDatabaseChange& change) {
                                   !change.IsAttributeChangedOnItsType(attributes.front());
             for (size_t i = 0; i < attributes.size() && !ruledOut && !dirty; ++i)
                 dirty = change.IsAttributeChanged(attributes[i]);
-            // The row's own edit already shows what this round carries for it.
-            if (dirty && source->wroteEveryAttribute()) dirty = false;
-            source->setDirty(dirty);
+            // The row's own edit already shows what this round carries for it. A row stays dirty
+            // until the pass updates it: a later round that leaves it alone must not clear it.
+            if (dirty && !source->wroteEveryAttribute()) source->setDirty(true);
         }
     }
 }
