@@ -29,6 +29,7 @@
 #include <wx/menu.h>
 #include <wx/msgdlg.h>
 #include <wx/statusbr.h>
+#include <wx/textentry.h>
 
 #include <gtk/gtk.h>
 
@@ -128,6 +129,8 @@ void StudioFrame::buildMenus() {
     m_editMenu->Append(wxID_UNDO, "&Undo\tCtrl+Z");
     m_editMenu->Append(wxID_REDO, "&Redo\tCtrl+Shift+Z");
     m_editMenu->AppendSeparator();
+    m_editMenu->Append(wxID_COPY, "&Copy\tCtrl+C", "Keep the selected objects for Paste");
+    m_editMenu->Append(wxID_PASTE, "&Paste\tCtrl+V", "Put a copy of what was copied under the selection");
     m_editMenu->Append(m_duplicateId, "&Duplicate\tCtrl+D", "Copy the selected objects with their connections and animation");
     // P and Shift+P work in the scene explorer; as menu shortcuts they would take the letter from
     // every text field.
@@ -176,6 +179,8 @@ void StudioFrame::buildMenus() {
     Bind(wxEVT_MENU, &StudioFrame::onUndo, this, wxID_UNDO);
     Bind(wxEVT_MENU, &StudioFrame::onRedo, this, wxID_REDO);
     Bind(wxEVT_MENU, &StudioFrame::onDuplicate, this, m_duplicateId);
+    Bind(wxEVT_MENU, &StudioFrame::onCopy, this, wxID_COPY);
+    Bind(wxEVT_MENU, &StudioFrame::onPaste, this, wxID_PASTE);
     Bind(wxEVT_MENU, &StudioFrame::onParent, this, m_parentId);
     Bind(wxEVT_MENU, &StudioFrame::onUnparent, this, m_unparentId);
     Bind(wxEVT_MENU, &StudioFrame::onPlay, this, m_playId);
@@ -566,6 +571,28 @@ void StudioFrame::onCreate(wxCommandEvent& event) {
 void StudioFrame::onDuplicate(wxCommandEvent&) {
     if (VelX::XSceneEditing::DuplicateSelection(m_scene).empty())
         SetStatusText("Select the objects to duplicate first.", StatusMessage);
+}
+
+void StudioFrame::onCopy(wxCommandEvent&) {
+    // In a text field Ctrl+C copies its text, as everywhere.
+    if (auto* text = dynamic_cast<wxTextEntry*>(wxWindow::FindFocus())) {
+        text->Copy();
+        return;
+    }
+    if (!VelX::XSceneEditing::CopySelection(m_scene)) SetStatusText("Select the objects to copy first.", StatusMessage);
+    else SetStatusText("Copied; Paste (Ctrl+V) puts a copy under the selection.", StatusMessage);
+}
+
+void StudioFrame::onPaste(wxCommandEvent&) {
+    if (auto* text = dynamic_cast<wxTextEntry*>(wxWindow::FindFocus())) {
+        text->Paste();
+        return;
+    }
+    if (!VelX::XSceneEditing::CanPaste()) {
+        SetStatusText("Nothing to paste: copy objects first (Ctrl+C).", StatusMessage);
+        return;
+    }
+    VelX::XSceneEditing::Paste(m_scene);
 }
 
 void StudioFrame::onParent(wxCommandEvent&) {

@@ -114,3 +114,39 @@ TEST_F(SceneEditing, ParentPutsTheSelectionUnderTheLastAndUnparentTakesItToTheTo
     EXPECT_TRUE(object(L"Ground").IsValid());
     EXPECT_TRUE(object(L"LookAtMarker").IsValid());
 }
+
+TEST_F(SceneEditing, PasteBringsWhatWasCopiedEvenAfterTheOriginalChangedOrWentAway) {
+    XObject target = object(L"HandTarget");
+    scene.Database().BeginChangeBlock();
+    target.Attribute(L"translateZ").SetFloat(2.5f);
+    target.Attribute(L"scaleY").ConnectInputTo(object(L"Ground").Attribute(L"scaleX"));
+    scene.Database().EndChangeBlock(L"Set Up");
+    select({L"HandTarget"});
+    ASSERT_TRUE(XSceneEditing::CopySelection(scene));
+    ASSERT_TRUE(XSceneEditing::CanPaste());
+
+    // The original changes, then goes away: the copy is as it was at Copy.
+    scene.Database().BeginChangeBlock();
+    target.Attribute(L"translateZ").SetFloat(9.0f);
+    scene.Database().DeleteObjects(target.Path());
+    scene.Database().EndChangeBlock(L"Delete");
+
+    select({L"Hero"});
+    const std::vector<XObject> pasted = XSceneEditing::Paste(scene);
+    ASSERT_EQ(pasted.size(), 1u);
+    const XObject copy = pasted.front();
+    EXPECT_EQ(copy.Name(), L"HandTarget");
+    EXPECT_EQ(copy.Parent(), object(L"Hero"));
+    EXPECT_FLOAT_EQ(copy.Attribute(L"translateZ").Float(), 2.5f);
+    EXPECT_TRUE(copy.Attribute(L"translateX").IsAnimated());
+    EXPECT_EQ(copy.Attribute(L"scaleY").InputAttribute().Object(), object(L"Ground"));
+    EXPECT_EQ(scene.Database().UndoName(), L"Paste");
+
+    // Pasting again puts a second copy under the selection, which is now the first copy.
+    const std::vector<XObject> again = XSceneEditing::Paste(scene);
+    ASSERT_EQ(again.size(), 1u);
+    EXPECT_EQ(again.front().Parent(), copy);
+    scene.Database().Undo();
+    EXPECT_FALSE(again.front().IsValid());
+    EXPECT_TRUE(copy.IsValid());
+}

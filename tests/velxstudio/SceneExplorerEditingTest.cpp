@@ -225,3 +225,20 @@ TEST_F(StudioExplorer, DraggingAnItemReparentsItOntoAboveOrBelowAnotherAsOneStep
     scene().Database().Undo();
     EXPECT_TRUE(scene().Database().Object(L"HandTarget/Ground").IsValid());
 }
+
+TEST_F(StudioExplorer, CtrlCAndCtrlVCopyAndPasteObjectsUnderTheSelection) {
+    click(explorer->ItemOf(topLevel(L"LookAtMarker")));
+    wxUIActionSimulator keys;
+    keys.Char('c', wxMOD_CONTROL);
+    GuiTest::pumpEvents(50);
+    click(explorer->ItemOf(topLevel(L"HandTarget")));
+    keys.Char('v', wxMOD_CONTROL);
+    ASSERT_TRUE(GuiTest::waitUntil([&] { return scene().Database().Object(L"HandTarget/LookAtMarker").IsValid(); }))
+        << "Ctrl+V pasted nothing under the selection";
+    GuiTest::pumpEvents(50);
+    const XObject pasted = scene().Database().Object(L"HandTarget/LookAtMarker");
+    EXPECT_NE(explorer->ItemOf(pasted), nullptr);
+    EXPECT_TRUE(scene().Selection().IsSelected(pasted));
+    EXPECT_TRUE(topLevel(L"LookAtMarker").IsValid()) << "Copy must not move the original";
+    EXPECT_EQ(scene().Database().UndoName(), L"Paste");
+}

@@ -97,8 +97,7 @@ protected:
         input.MouseMove(list->ClientToScreen(wxPoint(list->getNameColumnWidth() + 10, rect.y + rect.height / 2)));
         GuiTest::pumpEvents(30);
         input.MouseClick();
-        GuiTest::pumpEvents(60);
-        ASSERT_TRUE(list->isEditing());
+        ASSERT_TRUE(GuiTest::waitUntil([&] { return list->isEditing(); })) << "clicking the value opened no field";
         input.Text(text);
     }
     size_t undoSteps() {
@@ -735,9 +734,9 @@ TEST_F(AttributeControlTest, ClickingAValueOfAMultiRowSelectionKeepsItAndTheValu
         if (r == scaleY) input.KeyDown(0, wxMOD_CONTROL);
         input.MouseClick();
         if (r == scaleY) input.KeyUp(0, wxMOD_CONTROL);
-        GuiTest::pumpEvents(60);
+        GuiTest::waitUntil([&] { return list->isItemSelected(r); });
     }
-    ASSERT_EQ(list->getSelectedItems().size(), 2u);
+    ASSERT_TRUE(GuiTest::waitUntil([&] { return list->getSelectedItems().size() == 2u; }));
     typeIntoRow(list, scaleY, "2.5");
     EXPECT_EQ(list->getSelectedItems().size(), 2u) << "clicking the value collapsed the selection";
     wxUIActionSimulator().Char(WXK_RETURN);

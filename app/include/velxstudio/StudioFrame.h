@@ -116,6 +116,8 @@ private:
     void onUndo(wxCommandEvent&);
     void onCreate(wxCommandEvent& event);
     void onDuplicate(wxCommandEvent&);
+    void onCopy(wxCommandEvent&);
+    void onPaste(wxCommandEvent&);
     void onParent(wxCommandEvent&);
     void onUnparent(wxCommandEvent&);
     void onRedo(wxCommandEvent&);

@@ -8,6 +8,7 @@
 #include <velutils/StringUtils.h>
 
 #include <algorithm>
+#include <memory>
 #include <unordered_map>
 
 namespace VelX {
@@ -58,54 +59,93 @@ bool carriesOwnValue(const db::NodeDef& def, int slot) {
     return true;
 }
 
+// An input of a copied attribute from outside the copied branches, by the source's path: pasting
+// connects it again when the scene still has that object.
+struct OutsideInput {
+    int copy;
+    int slot;
+    std::string sourcePath;
+    int sourceSlot;
+};
+
+// Copies branches of objects from one database into another (or into the same one): values, the
+// connections among the copies (remapped), animation curves driving them (copied), and inputs from
+// elsewhere (kept in the same database, noted by path across databases).
 class SubtreeCopier {
 public:
-    explicit SubtreeCopier(db::Database& database) : d(database) {}
+    SubtreeCopier(db::Database& from, db::Database& to) : source(from), target(to) {}
 
-    int copyTree(int source, int parent) {
-        const db::Node* node = d.node(source);
-        const int copy = d.create(node->def(), node->name(), parent);
+    int copyTree(int node, int parent) {
+        const db::Node* original = source.node(node);
+        const int copy = target.create(original->def(), original->name(), parent);
         if (copy < 0) return -1;
-        copies[source] = copy;
-        copyValues(source, copy);
-        for (int child : std::vector<int>(node->children())) copyTree(child, copy);
+        copies[node] = copy;
+        copyValues(node, copy);
+        for (int child : std::vector<int>(original->children())) copyTree(child, copy);
         return copy;
     }
 
-    // After every node exists: inputs among the copies are remapped, inputs from elsewhere kept, and
-    // an animation curve that drives a copied attribute is copied with it.
     void copyInputs() {
-        for (const auto& [source, copy] : std::vector<std::pair<int, int>>(copies.begin(), copies.end())) {
-            const db::NodeDef& def = d.node(source)->def();
+        for (const auto& [node, copy] : std::vector<std::pair<int, int>>(copies.begin(), copies.end())) {
+            const db::NodeDef& def = source.node(node)->def();
             for (int slot = 0; slot < def.slotCount(); ++slot) {
-                const db::AttrKey input = d.input(db::AttrKey{source, slot});
+                const db::AttrKey input = source.input(db::AttrKey{node, slot});
                 if (!input.isValid()) continue;
                 db::AttrKey from = input;
                 if (auto inside = copies.find(input.node); inside != copies.end()) {
                     from.node = inside->second;
-                } else if (d.node(input.node) && d.node(input.node)->def().isA(sg::AnimationNode::Def)) {
-                    const db::Node* curve = d.node(input.node);
-                    const int curveCopy = d.create(curve->def(), curve->name(), db::Database::RootId);
+                } else if (source.node(input.node) && source.node(input.node)->def().isA(sg::AnimationNode::Def)) {
+                    const db::Node* curve = source.node(input.node);
+                    const int curveCopy = target.create(curve->def(), curve->name(), db::Database::RootId);
                     if (curveCopy < 0) continue;
                     copyValues(input.node, curveCopy);
                     from.node = curveCopy;
+                } else if (&source != &target) {
+                    outside.push_back({copy, slot, source.path(input.node), input.slot});
+                    continue;
                 }
-                d.connect(from, db::AttrKey{copy, slot});
+                target.connect(from, db::AttrKey{copy, slot});
             }
         }
     }
 
-    std::unordered_map<int, int> copies;
-
-private:
-    void copyValues(int source, int copy) {
-        const db::NodeDef& def = d.node(source)->def();
-        for (int slot = 0; slot < def.slotCount(); ++slot)
-            if (carriesOwnValue(def, slot)) d.setValue(db::AttrKey{copy, slot}, d.storedValue(db::AttrKey{source, slot}));
+    // Inputs noted by path (a paste): connected where the target has the object.
+    void connectOutside(const std::vector<OutsideInput>& inputs) {
+        for (const OutsideInput& input : inputs) {
+            auto copy = copies.find(input.copy);
+            const int found = target.findPath(input.sourcePath);
+            if (copy != copies.end() && found >= 0)
+                target.connect(db::AttrKey{found, input.sourceSlot}, db::AttrKey{copy->second, input.slot});
+        }
     }
 
-    db::Database& d;
+    std::unordered_map<int, int> copies;
+    std::vector<OutsideInput> outside;
+
+private:
+    void copyValues(int node, int copy) {
+        const db::NodeDef& def = source.node(node)->def();
+        for (int slot = 0; slot < def.slotCount(); ++slot)
+            if (carriesOwnValue(def, slot)) target.setValue(db::AttrKey{copy, slot}, source.storedValue(db::AttrKey{node, slot}));
+    }
+
+    db::Database& source;
+    db::Database& target;
 };
+
+// What Copy took: the branches in a scene of their own, so that later edits (or a deletion) of
+// the originals do not change what Paste brings.
+struct Clipboard {
+    std::unique_ptr<XScene> scene;
+    std::vector<int> roots;
+    std::vector<OutsideInput> outside;
+};
+
+Clipboard& clipboard() {
+    // Never destroyed: its scene must not outlive the services it registered with at exit.
+    static Clipboard* held = new Clipboard;
+    return *held;
+}
 
 }  // namespace
 
@@ -141,7 +181,7 @@ std::vector<XObject> XSceneEditing::DuplicateSelection(XScene& scene) {
     const std::vector<int> top = topmostSelected(d, selectedObjects(scene));
     if (top.empty()) return made;
     scene.Database().BeginChangeBlock();
-    SubtreeCopier copier(d);
+    SubtreeCopier copier(d, d);
     std::vector<int> roots;
     for (int id : top)
         if (const db::Node* node = d.node(id); node && node->def().hasFlag(db::Deletable))
@@ -155,6 +195,51 @@ std::vector<XObject> XSceneEditing::DuplicateSelection(XScene& scene) {
         }
     if (!selection.empty()) scene.Selection().SelectObjects(selection);
     scene.Database().EndChangeBlock(L"Duplicate");
+    return made;
+}
+
+bool XSceneEditing::CopySelection(XScene& scene) {
+    db::Database& d = scene.Database().db();
+    const std::vector<int> top = topmostSelected(d, selectedObjects(scene));
+    if (top.empty()) return false;
+    Clipboard& held = clipboard();
+    held.scene = std::make_unique<XScene>();
+    held.roots.clear();
+    db::Database& store = held.scene->Database().db();
+    store.setRecording(false);  // the clipboard needs no undo history
+    SubtreeCopier copier(d, store);
+    for (int id : top)
+        if (const db::Node* node = d.node(id); node && node->def().hasFlag(db::Deletable))
+            if (const int copy = copier.copyTree(id, db::Database::RootId); copy >= 0) held.roots.push_back(copy);
+    copier.copyInputs();
+    held.outside = std::move(copier.outside);
+    return !held.roots.empty();
+}
+
+bool XSceneEditing::CanPaste() { return clipboard().scene && !clipboard().roots.empty(); }
+
+std::vector<XObject> XSceneEditing::Paste(XScene& scene) {
+    std::vector<XObject> made;
+    Clipboard& held = clipboard();
+    if (!CanPaste()) return made;
+    db::Database& d = scene.Database().db();
+    const std::vector<XObject> selected = selectedObjects(scene);
+    int parent = db::Database::RootId;
+    if (!selected.empty())
+        if (const db::Node* last = d.node(selected.back().ObjectID()); last && last->def().hasFlag(db::SupportsChildren))
+            parent = selected.back().ObjectID();
+    scene.Database().BeginChangeBlock();
+    SubtreeCopier copier(held.scene->Database().db(), d);
+    Velutils::Vector<XObject> selection;
+    for (int root : held.roots)
+        if (const int copy = copier.copyTree(root, parent); copy >= 0) {
+            made.push_back(scene.Database().Object(copy));
+            selection.push_back(made.back());
+        }
+    copier.copyInputs();
+    copier.connectOutside(held.outside);
+    if (!selection.empty()) scene.Selection().SelectObjects(selection);
+    scene.Database().EndChangeBlock(L"Paste");
     return made;
 }
 

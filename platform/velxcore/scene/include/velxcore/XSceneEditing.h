@@ -28,6 +28,13 @@ public:
     // originals: their values, the connections among them (remapped), their inputs from elsewhere,
     // and their animation curves (copied). Returns the copies, in selection order.
     static std::vector<XObject> DuplicateSelection(XScene& scene);
+    // Copy keeps what Paste brings: the selected branches as they are now (later edits or deleting
+    // the originals change nothing), with their animation and the inputs they take from elsewhere.
+    // Paste puts a copy under the last selected object (the root when none can hold children),
+    // connects those inputs again where their sources still exist, and selects it.
+    static bool CopySelection(XScene& scene);
+    static bool CanPaste();
+    static std::vector<XObject> Paste(XScene& scene);
     // Every selected object but the last goes under the last selected one; false when fewer than two
     // are selected or the scene refused every move (a cycle, say).
     static bool ParentSelection(XScene& scene);
