@@ -90,6 +90,17 @@ protected:
         wxCommandEvent event(wxEVT_MENU, control().CommandId(index));
         control().GetEventHandler()->ProcessEvent(event);
     }
+    // Clicks a row's name (with modifiers held), which selects the row; waits until it is selected.
+    static void clickRowName(XAttributeListControl* list, int row, int modifiers = wxMOD_NONE) {
+        const wxRect rect = list->getItemRect(row);
+        wxUIActionSimulator input;
+        input.MouseMove(list->ClientToScreen(wxPoint(10, rect.y + rect.height / 2)));
+        GuiTest::pumpEvents(30);
+        if (modifiers != wxMOD_NONE) input.KeyDown(0, modifiers);
+        input.MouseClick();
+        if (modifiers != wxMOD_NONE) input.KeyUp(0, modifiers);
+        GuiTest::waitUntil([&] { return list->isItemSelected(row); });
+    }
     // Clicks the row's value, which opens its field, and types the text (Enter not yet pressed).
     static void typeIntoRow(XAttributeListControl* list, int row, const char* text) {
         const wxRect rect = list->getItemRect(row);
@@ -368,12 +379,8 @@ TEST_F(AttributeControlTest, DownArrowCrossesFromTheLastRowOfOneListToTheNext) {
     ASSERT_EQ(control().ListControls().size(), 2u);
     XAttributeListControl* first = control().ListControls()[0];
     XAttributeListControl* second = control().ListControls()[1];
-    const wxRect last = first->getItemRect(1);
+    clickRowName(first, 1);
     wxUIActionSimulator input;
-    input.MouseMove(first->ClientToScreen(wxPoint(10, last.y + last.height / 2)));
-    GuiTest::pumpEvents(30);
-    input.MouseClick();
-    GuiTest::pumpEvents(50);
     ASSERT_EQ(first->getSelectedItems(), std::vector<int>({1}));
     input.Char(WXK_DOWN);
     GuiTest::pumpEvents(50);
@@ -656,13 +663,7 @@ TEST_F(AttributeControlTest, TheMenuKeyAndShiftF10OpenTheRowMenuFromTheKeyboard)
     select({L"HandTarget"});
     XAttributeListControl* list = control().ListControls()[0];
     const int r = row(0, L"translateZ");
-    // Select the row with a click on its name, as a user would.
-    const wxRect rect = list->getItemRect(r);
-    wxUIActionSimulator input;
-    input.MouseMove(list->ClientToScreen(wxPoint(12, rect.y + rect.height / 2)));
-    GuiTest::pumpEvents(30);
-    input.MouseClick();
-    GuiTest::pumpEvents(60);
+    clickRowName(list, r);
     int menus = 0;
     list->Bind(wxEVT_MENU_OPEN, [&](wxMenuEvent& event) {
         ++menus;
@@ -726,16 +727,8 @@ TEST_F(AttributeControlTest, ClickingAValueOfAMultiRowSelectionKeepsItAndTheValu
     XAttributeListControl* list = control().ListControls()[0];
     const int scaleX = row(0, L"scaleX"), scaleY = row(0, L"scaleY");
     // Select both rows by their names: click, then Ctrl+click.
-    wxUIActionSimulator input;
-    for (int r : {scaleX, scaleY}) {
-        const wxRect rect = list->getItemRect(r);
-        input.MouseMove(list->ClientToScreen(wxPoint(12, rect.y + rect.height / 2)));
-        GuiTest::pumpEvents(30);
-        if (r == scaleY) input.KeyDown(0, wxMOD_CONTROL);
-        input.MouseClick();
-        if (r == scaleY) input.KeyUp(0, wxMOD_CONTROL);
-        GuiTest::waitUntil([&] { return list->isItemSelected(r); });
-    }
+    clickRowName(list, scaleX);
+    clickRowName(list, scaleY, wxMOD_CONTROL);
     ASSERT_TRUE(GuiTest::waitUntil([&] { return list->getSelectedItems().size() == 2u; }));
     typeIntoRow(list, scaleY, "2.5");
     EXPECT_EQ(list->getSelectedItems().size(), 2u) << "clicking the value collapsed the selection";
@@ -756,12 +749,8 @@ TEST_F(AttributeControlTest, ArrowsPassOverCollapsedSections) {
     XAttributeListControl* last = control().ListControls()[2];
     middle->setExpanded(false);
     GuiTest::pumpEvents(50);
-    const wxRect row = first->getItemRect(1);
+    clickRowName(first, 1);
     wxUIActionSimulator input;
-    input.MouseMove(first->ClientToScreen(wxPoint(10, row.y + row.height / 2)));
-    GuiTest::pumpEvents(30);
-    input.MouseClick();
-    GuiTest::pumpEvents(50);
     input.Char(WXK_DOWN);
     GuiTest::pumpEvents(50);
     EXPECT_TRUE(middle->getSelectedItems().empty()) << "the arrow went into a collapsed section";
