@@ -376,5 +376,31 @@ TEST_F(NotificationTest, TenThousandObjectLookUpsAgainstATenThousandEditChange) 
     EXPECT_EQ(c.changedNodes().size(), static_cast<std::size_t>(N));
 }
 
+// Writes one value whenever it hears of a change to another: a panel following the scene.
+struct Follower : db::DatabaseObserver {
+    int watched = -1, follower = -1;
+    void onDatabaseChanged(db::Database& d, const std::shared_ptr<const db::DatabaseChange>& change) override {
+        if (change->isObjectChanged(watched) && !change->isObjectChanged(follower))
+            d.setValue(db::AttrKey{follower, Slot::Count}, d.value(db::AttrKey{watched, Slot::Count}).asInt());
+    }
+};
+
+TEST_F(NotificationTest, AnObserversReactionJoinsTheUndoStepOfTheRoundThatCausedIt) {
+    Follower follower;
+    follower.watched = item("watched");
+    follower.follower = item("follower");
+    db.addObserver(&follower);
+    const std::size_t steps = db.undoCount();
+    db.beginChangeBlock();
+    db.setValue(key(follower.watched, Slot::Count), 7);
+    db.endChangeBlock("Edit");
+    EXPECT_EQ(num(follower.follower, Slot::Count), 7.0);
+    EXPECT_EQ(db.undoCount(), steps + 1) << "the reaction made a step of its own";
+    ASSERT_TRUE(db.undo());
+    EXPECT_EQ(num(follower.watched, Slot::Count), 0.0);
+    EXPECT_EQ(num(follower.follower, Slot::Count), 0.0);
+    db.removeObserver(&follower);
+}
+
 }  // namespace
 }  // namespace dbtest

@@ -298,9 +298,13 @@ TEST_F(AttributeControlTest, ToolAndCommandModesAndASelectionTakingTheEditorBack
     control().EditorSettings().DisplayMode().SetEnumeration(2);
     pass();  // the settings object changed: rebuilt in the pass
     EXPECT_EQ(control().MessageText(), " Select a command to view its attributes.");
+    scene().Database().db().clearUndo();
     select({L"Hero/Hips"});
     EXPECT_EQ(control().EditorSettings().DisplayMode().Enumeration(), 0);
     EXPECT_EQ(cachedTypes(), std::vector<std::wstring>({L"Joint"}));
+    // The editor following the selection is part of the selection's undo step, not one of its own.
+    EXPECT_EQ(undoSteps(), 1u);
+    EXPECT_EQ(control().EditorSettings().DisplayMode().Enumeration(), 2);
 }
 
 TEST_F(AttributeControlTest, OneValueWritesEveryCompatibleSelectedRowOfEveryListAsOneStep) {

@@ -454,16 +454,20 @@ void Database::removeObserver(DatabaseObserver* observer) {
     m_observers.erase(std::remove(m_observers.begin(), m_observers.end(), observer), m_observers.end());
 }
 
-void Database::deliver(std::shared_ptr<DatabaseChange> change) {
-    m_queue.push_back(std::move(change));
+void Database::deliver(std::shared_ptr<DatabaseChange> change, UndoStep* step) {
+    m_queue.emplace_back(std::move(change), step);
     if (m_notifying) return;  // delivered after the current round
     m_notifying = true;
     struct Reset {
         Database& db;
-        ~Reset() { db.m_notifying = false; }
+        ~Reset() {
+            db.m_notifying = false;
+            db.m_reactionStep = nullptr;
+        }
     } reset{*this};
     while (!m_queue.empty()) {
-        std::shared_ptr<const DatabaseChange> current = m_queue.front();
+        std::shared_ptr<const DatabaseChange> current = m_queue.front().first;
+        m_reactionStep = m_queue.front().second;
         m_queue.pop_front();
         std::vector<DatabaseObserver*> snapshot = m_observers;
         for (DatabaseObserver* o : snapshot) {

@@ -143,6 +143,7 @@ void Database::journalSetValue(const AttrKey& key, const Value& before, const Va
 
 void Database::finishRound(bool transient, const std::string& description) {
     std::unique_ptr<Pending> round = std::move(m_open);
+    UndoStep* step = nullptr;
     std::shared_ptr<DatabaseChange> change = round->change;
     change->setDescription(description);
     if (m_blockPlayback) {
@@ -173,9 +174,15 @@ void Database::finishRound(bool transient, const std::string& description) {
         if (!description.empty()) m_transient->description = description;
         change->setTransient(true);
     } else if (!round->ops.empty() && !onlyMovesTheFrame(round->ops, m_timeKey)) {
-        pushUndoStep(description, std::move(round->ops));
+        if (m_notifying && m_reactionStep && !m_undo.empty() && m_undo.back().get() == m_reactionStep) {
+            // An observer's reaction to the round being delivered: part of that round's step.
+            for (JournalOp& op : round->ops) m_reactionStep->ops.push_back(std::move(op));
+        } else {
+            pushUndoStep(description, std::move(round->ops));
+            step = m_undo.back().get();
+        }
     }
-    if (!change->isEmpty()) deliver(change);
+    if (!change->isEmpty()) deliver(change, step);
 }
 
 void Database::pushUndoStep(std::string name, std::vector<JournalOp>&& ops) {
@@ -191,11 +198,15 @@ void Database::pushUndoStep(std::string name, std::vector<JournalOp>&& ops) {
 void Database::commitTransient() {
     if (!m_transient || m_depth > 0) return;
     std::unique_ptr<Pending> pending = std::move(m_transient);
-    if (!pending->ops.empty()) pushUndoStep(pending->description, std::move(pending->ops));
+    UndoStep* step = nullptr;
+    if (!pending->ops.empty()) {
+        pushUndoStep(pending->description, std::move(pending->ops));
+        step = m_undo.back().get();
+    }
     // The final round carries everything the drag changed, so observers that skipped the
     // transient rounds can catch up.
     pending->change->setTransient(false);
-    if (!pending->change->isEmpty()) deliver(pending->change);
+    if (!pending->change->isEmpty()) deliver(pending->change, step);
 }
 
 std::uint64_t Database::historyPosition() const { return m_undo.empty() ? 0 : m_undo.back()->serial; }

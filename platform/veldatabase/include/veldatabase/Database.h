@@ -130,7 +130,8 @@ public:
     void setUndoLimit(std::size_t steps) { m_undoLimit = steps; }
 
     // Observers may add or remove observers and edit the database while being told; such edits
-    // reach observers after the current round.
+    // reach observers after the current round, and join the undo step of the round that caused
+    // them (a panel that follows a selection is part of that selection's step).
     void addObserver(DatabaseObserver* observer);
     void removeObserver(DatabaseObserver* observer);
 
@@ -187,7 +188,7 @@ private:
     void closeImplicitBlock();
     void finishRound(bool transient, const std::string& description);
     void keepPlaybackAsUndoStep();
-    void deliver(std::shared_ptr<DatabaseChange> change);
+    void deliver(std::shared_ptr<DatabaseChange> change, UndoStep* step = nullptr);
     void markDirty(const AttrKey& key);
     void recordKey(const AttrKey& key);
     void collectSubtree(int root, std::vector<int>& out) const;
@@ -232,7 +233,8 @@ private:
     std::uint64_t m_nextStepSerial = 1;
 
     std::vector<DatabaseObserver*> m_observers;
-    std::deque<std::shared_ptr<DatabaseChange>> m_queue;
+    std::deque<std::pair<std::shared_ptr<DatabaseChange>, UndoStep*>> m_queue;
+    UndoStep* m_reactionStep = nullptr;  // the step of the round being delivered
     bool m_notifying = false;
 };
 
