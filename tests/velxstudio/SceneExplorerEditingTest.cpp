@@ -193,7 +193,8 @@ void dragTo(XSceneExplorer* explorer, TreeItem* from, TreeItem* to, double rowFr
         GuiTest::pumpEvents(15);
     }
     input.MouseUp();
-    GuiTest::pumpEvents(100);
+    GuiTest::waitUntil([&] { return !explorer->IsDraggingItems(); });
+    GuiTest::pumpEvents(50);
 }
 
 }  // namespace
@@ -202,15 +203,16 @@ TEST_F(StudioExplorer, DraggingAnItemReparentsItOntoAboveOrBelowAnotherAsOneStep
     const XObject root = scene().RootObject();
     click(explorer->ItemOf(topLevel(L"Ground")));
     dragTo(explorer, explorer->ItemOf(topLevel(L"Ground")), explorer->ItemOf(topLevel(L"HandTarget")), 0.5);
+    ASSERT_TRUE(GuiTest::waitUntil([&] { return scene().Database().Object(L"HandTarget/Ground").IsValid(); }))
+        << "dropping onto an object did not put the dragged one under it";
     const XObject ground = scene().Database().Object(L"HandTarget/Ground");
-    ASSERT_TRUE(ground.IsValid()) << "dropping onto an object did not put the dragged one under it";
     EXPECT_EQ(explorer->ItemOf(ground)->GetParent(), explorer->ItemOf(topLevel(L"HandTarget")));
     EXPECT_EQ(scene().Database().UndoName(), L"Parent");
 
     // Below the camera: back at the top level, right after it.
     click(explorer->ItemOf(ground));
     dragTo(explorer, explorer->ItemOf(ground), explorer->ItemOf(topLevel(L"MainCamera")), 0.9);
-    ASSERT_TRUE(topLevel(L"Ground").IsValid());
+    ASSERT_TRUE(GuiTest::waitUntil([&] { return topLevel(L"Ground").IsValid(); }));
     const std::vector<wxString> names = shownChildNames(explorer, root);
     const auto camera = std::find(names.begin(), names.end(), "MainCamera");
     ASSERT_NE(camera, names.end());

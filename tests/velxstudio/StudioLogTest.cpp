@@ -87,9 +87,8 @@ TEST_F(StudioFixture, TheLogShowsTheWholeOfALongMessageInItsTooltipAndDetails) {
     ASSERT_TRUE(pane->list()->GetItemRect(row, rect));
     wxUIActionSimulator input;
     input.MouseMove(pane->list()->ClientToScreen(wxPoint(rect.x + 40, rect.y + rect.height / 2)));
-    GuiTest::pumpEvents(100);
-    ASSERT_NE(pane->list()->GetToolTip(), nullptr);
-    EXPECT_EQ(pane->list()->GetToolTipText(), message);
+    EXPECT_TRUE(GuiTest::waitUntil([&] { return pane->list()->GetToolTipText() == message; }))
+        << pane->list()->GetToolTipText();
 
     // Double-clicking the row opens the details view with the whole message; Escape closes it.
     wxString shown;

@@ -97,7 +97,9 @@ public:
     // Hit-testing in client coordinates: the item of the row under the point, or null.
     TreeItem* HitTest(const wxPoint& client) const;
     wxRect GetItemRect(const TreeItem* item) const;   // the row, in client coordinates
-    wxRect GetLabelRect(const TreeItem* item) const;  // the label part of the row, in client coordinates
+    wxRect GetLabelRect(const TreeItem* item) const;
+    // Whether the user is dragging items with the mouse right now.
+    bool IsDraggingItems() const { return m_drag.isDragging(); }  // the label part of the row, in client coordinates
     wxPoint logicalToClient(const wxPoint& logical) const;
     wxPoint clientToLogical(const wxPoint& client) const;
 
@@ -139,7 +141,6 @@ protected:
         return false;
     }
     virtual void onDropItems(const std::vector<TreeItem*>& items, TreeItem* target, TreeDropPlace place) {}
-    bool IsDraggingItems() const { return m_drag.isDragging(); }
     // Lines drawn above or below a row, for trees that group their items.
     virtual bool hasUpperSeparator(TreeItem* item) { return false; }
     virtual bool hasLowerSeparator(TreeItem* item) { return false; }
