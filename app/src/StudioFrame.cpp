@@ -29,12 +29,9 @@
 #include <wx/menu.h>
 #include <wx/msgdlg.h>
 #include <wx/statusbr.h>
-#include <wx/textentry.h>
 
 #include <gtk/gtk.h>
 
-#include <algorithm>
-#include <cmath>
 
 const wxString StudioFrame::OverviewPaneName = "SceneOverview";
 const wxString StudioFrame::LogPaneName = "Log";
@@ -43,7 +40,6 @@ namespace {
 
 const wxString SceneWildcard = "VelX scenes (*.velx;*.json)|*.velx;*.json|All files (*)|*";
 const wxString AppTitle = "VelX Studio";
-enum StatusField { StatusMessage, StatusSelection, StatusFrame, StatusFieldCount };
 
 }  // namespace
 
@@ -464,58 +460,6 @@ void StudioFrame::onMenuOpen(wxMenuEvent& event) {
     event.Skip();
 }
 
-// ---- Playback ----------------------------------------------------------------------------------
-
-void StudioFrame::Play() {
-    VelX::XSimulation& simulation = m_scene.Simulation();
-    if (simulation.IsPlaying()) return;
-    if (!simulation.Play()) {
-        SetStatusText("The start script failed; see the log.", StatusMessage);
-        return;
-    }
-    VelX::XSceneSettings settings = m_scene.SceneSettings();
-    float rate = settings.IsValid() ? settings.FrameRate().Float() : 30.0f;
-    if (!(rate > 0.0f) || !std::isfinite(rate)) rate = 30.0f;
-    m_playbackTimer.Start(std::max(1, static_cast<int>(std::lround(1000.0f / rate))));
-    SetStatusText(simulation.HasScripts() && !simulation.IsTrusted()
-                      ? "Playing without the scene's scripts: they are not trusted (Playback > Trust Scene Scripts)."
-                      : "Playing",
-                  StatusMessage);
-    requestStatusUpdate();
-}
-
-void StudioFrame::StopPlayback() {
-    m_playbackTimer.Stop();
-    if (m_scene.Simulation().IsPlaying()) {
-        m_scene.Simulation().Stop();
-        SetStatusText("Stopped", StatusMessage);
-        requestStatusUpdate();
-    }
-}
-
-void StudioFrame::StepFrame() {
-    VelX::XSimulation& simulation = m_scene.Simulation();
-    if (simulation.IsPlaying()) {
-        if (!simulation.Step()) SetStatusText("The update script failed; see the log.", StatusMessage);
-        return;
-    }
-    // Stopped: move the time one frame on within the playback range, without running scripts.
-    VelX::XSceneSettings settings = m_scene.SceneSettings();
-    if (!settings.IsValid()) return;
-    float next = settings.Frame() + 1.0f;
-    if (next > settings.PlaybackEndFrame()) next = settings.PlaybackStartFrame();
-    settings.SetFrame(next);
-}
-
-void StudioFrame::onPlaybackTimer(wxTimerEvent&) {
-    VelX::XSimulation& simulation = m_scene.Simulation();
-    if (!simulation.IsPlaying() || !simulation.Step() || !simulation.IsPlaying()) {
-        m_playbackTimer.Stop();
-        if (simulation.IsPlaying()) simulation.Stop();
-        SetStatusText("Stopped", StatusMessage);
-    }
-}
-
 // ---- Menu handlers -----------------------------------------------------------------------------
 
 void StudioFrame::onNew(wxCommandEvent&) { NewScene(); }
@@ -557,77 +501,9 @@ void StudioFrame::onRedo(wxCommandEvent&) {
     if (m_scene.Database().CanRedo()) m_scene.Database().Redo();
 }
 
-int StudioFrame::CreateMenuItemId(const std::wstring& typeId) const {
-    for (const auto& [id, type] : m_createItems)
-        if (type == typeId) return id;
-    return wxID_NONE;
-}
-
-void StudioFrame::onCreate(wxCommandEvent& event) {
-    auto it = m_createItems.find(event.GetId());
-    if (it != m_createItems.end()) VelX::XSceneEditing::CreateUnderSelection(m_scene, it->second);
-}
-
-void StudioFrame::onDuplicate(wxCommandEvent&) {
-    if (VelX::XSceneEditing::DuplicateSelection(m_scene).empty())
-        SetStatusText("Select the objects to duplicate first.", StatusMessage);
-}
-
-void StudioFrame::onCopy(wxCommandEvent&) {
-    // In a text field Ctrl+C copies its text, as everywhere.
-    if (auto* text = dynamic_cast<wxTextEntry*>(wxWindow::FindFocus())) {
-        text->Copy();
-        return;
-    }
-    if (!VelX::XSceneEditing::CopySelection(m_scene)) SetStatusText("Select the objects to copy first.", StatusMessage);
-    else SetStatusText("Copied; Paste (Ctrl+V) puts a copy under the selection.", StatusMessage);
-}
-
-void StudioFrame::onPaste(wxCommandEvent&) {
-    if (auto* text = dynamic_cast<wxTextEntry*>(wxWindow::FindFocus())) {
-        text->Paste();
-        return;
-    }
-    if (!VelX::XSceneEditing::CanPaste()) {
-        SetStatusText("Nothing to paste: copy objects first (Ctrl+C).", StatusMessage);
-        return;
-    }
-    VelX::XSceneEditing::Paste(m_scene);
-}
-
-void StudioFrame::onParent(wxCommandEvent&) {
-    if (!VelX::XSceneEditing::ParentSelection(m_scene))
-        SetStatusText("Select the objects to move, then the new parent last.", StatusMessage);
-}
-
-void StudioFrame::onUnparent(wxCommandEvent&) { VelX::XSceneEditing::UnparentSelection(m_scene); }
-
 void StudioFrame::onPlay(wxCommandEvent&) { Play(); }
 void StudioFrame::onStop(wxCommandEvent&) { StopPlayback(); }
 void StudioFrame::onStep(wxCommandEvent&) { StepFrame(); }
-
-void StudioFrame::onTrustScripts(wxCommandEvent&) { AskToTrustScripts(); }
-
-void StudioFrame::AskToTrustScripts() {
-    VelX::XSimulation& simulation = m_scene.Simulation();
-    if (simulation.IsTrusted()) {
-        SetStatusText("The scene's scripts are already trusted.", StatusMessage);
-        return;
-    }
-    VelX::XSceneSettings settings = m_scene.SceneSettings();
-    const auto language = settings.ScriptingLanguage().Enumeration() == 0 ? TrustScriptsDialog::Language::Python
-                                                                         : TrustScriptsDialog::Language::Lua;
-    const TrustScriptsDialog::Scripts scripts{settings.StartScript().String(), settings.UpdateScript().String(),
-                                              settings.EndScript().String()};
-    const wxString name = SceneFileName().empty() ? wxString("this scene") : wxFileName(SceneFileName()).GetFullName();
-    TrustScriptsDialog dialog(this, name, language, scripts);
-    if (!m_askTrust || !m_askTrust(dialog)) return;
-    simulation.TrustScripts();
-    m_logger.information(language == TrustScriptsDialog::Language::Python
-                             ? "The scene's Python scripts are trusted from now on; they run with your full rights."
-                             : "The scene's Lua scripts are trusted from now on; they run in the sandbox.");
-    requestStatusUpdate();
-}
 
 void StudioFrame::onScheme(wxCommandEvent& event) {
     const bool dark = event.GetId() == m_darkSchemeId;

@@ -91,6 +91,9 @@ public:
     static const wxString LogPaneName;
 
 private:
+    // The status bar's fields: messages, the selection, the current frame.
+    enum StatusField { StatusMessage, StatusSelection, StatusFrame, StatusFieldCount };
+
     void buildMenus();
     void buildPanes();
     void restoreLayout();
