@@ -32,7 +32,6 @@
 
 #include <gtk/gtk.h>
 
-
 const wxString StudioFrame::OverviewPaneName = "SceneOverview";
 const wxString StudioFrame::LogPaneName = "Log";
 
