@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <memory>
 #include <unordered_map>
+#include <unordered_set>
 
 namespace VelX {
 
@@ -34,13 +35,15 @@ std::vector<XObject> selectedObjects(XScene& scene) {
 
 // The selected objects that have no selected ancestor: copying them copies the rest.
 std::vector<int> topmostSelected(const db::Database& d, const std::vector<XObject>& selected) {
-    std::vector<int> ids;
-    for (const XObject& object : selected) ids.push_back(object.ObjectID());
+    // A set, so that thousands of selected objects cost one look-up per ancestor each.
+    std::unordered_set<int> ids;
+    for (const XObject& object : selected) ids.insert(object.ObjectID());
     std::vector<int> top;
-    for (int id : ids) {
+    for (const XObject& object : selected) {
+        const int id = object.ObjectID();
         bool below = false;
         for (int p = d.node(id) ? d.node(id)->parent() : -1; p >= 0 && !below; p = d.node(p) ? d.node(p)->parent() : -1)
-            below = std::find(ids.begin(), ids.end(), p) != ids.end();
+            below = ids.count(p) != 0;
         if (!below) top.push_back(id);
     }
     return top;
