@@ -3,10 +3,14 @@
 #include <velxcore/LuaObject.h>
 #include <velxcore/XApplication.h>
 #include <velxcore/XLuaScript.h>
+#include <velxcore/XScene.h>
 #include <velxcore/XScriptBase.h>
+
+#include <veldatabase/Database.h>
 
 #include <benchmark/benchmark.h>
 
+#include <chrono>
 #include <string>
 
 namespace {
@@ -40,5 +44,30 @@ void BM_LuaCallReturnTable(benchmark::State& state) {
     }
 }
 BENCHMARK(BM_LuaCallReturnTable);
+
+// A scene script that creates N objects and then fails: the rollback must cost no more than the
+// creation. Reports the run that succeeds and the one that is rolled back, in milliseconds.
+void BM_SceneScriptRollback(benchmark::State& state) {
+    const std::wstring create = L"for i = 1, " + std::to_wstring(state.range(0)) +
+                                L" do velx.create('Transform', 'Made') end\n";
+    double kept = 0, rolledBack = 0;
+    for (auto _ : state) {
+        VelX::XScene scene;
+        VelX::XLuaScript lua(VelX::XLuaScript::Trust::Sandboxed);
+        lua.SetTimeBudget(600);
+        lua.SetMemoryBudget(std::size_t{4} << 30);
+        auto start = std::chrono::steady_clock::now();
+        if (lua.RunSceneScript(create, L"create", scene) != 0) state.SkipWithError("the creating script failed");
+        kept += std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+        start = std::chrono::steady_clock::now();
+        if (lua.RunSceneScript(create + L"error('stop')", L"create and fail", scene) == 0)
+            state.SkipWithError("the failing script succeeded");
+        rolledBack += std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+    }
+    const double n = static_cast<double>(state.iterations());
+    state.counters["create_ms"] = kept / n;
+    state.counters["create_and_roll_back_ms"] = rolledBack / n;
+}
+BENCHMARK(BM_SceneScriptRollback)->Arg(100000)->Arg(30000)->Iterations(1)->Unit(benchmark::kMillisecond);
 
 }  // namespace

@@ -124,6 +124,40 @@ TEST_F(UndoRedoTest, DeletingSeveralSiblingsRestoresTheirOrder) {
     for (int k : kids) EXPECT_EQ(db.findChild(p, db.node(k)->name()), k);
 }
 
+TEST_F(UndoRedoTest, RevertingCreationsMixedWithMovesRestoresEveryChildList) {
+    int p = item("p"), q = item("q");
+    std::vector<int> kids;
+    for (const char* n : {"a", "b", "c"}) kids.push_back(item(n, p));
+    auto editAndCheck = [&] {
+        int x = item("x", p);                // linked at the end
+        ASSERT_TRUE(db.setParent(x, p, 0));  // ... and moved to the front
+        int y = item("y", p);
+        int z = item("z", p);
+        ASSERT_TRUE(db.setParent(kids[2], p, 0));
+        int w = item("w", y);
+        ASSERT_TRUE(db.setParent(y, q, 0));  // a creation that is no longer where it was made
+        EXPECT_EQ(childNames(p), (std::vector<std::string>{"c", "x", "a", "b", "z"}));
+        EXPECT_EQ(db.findPath("q/y/w"), w);
+        (void)z;
+    };
+    db.beginChangeBlock();
+    editAndCheck();
+    ASSERT_TRUE(db.cancelChangeBlock());
+    EXPECT_EQ(children(p), kids);
+    EXPECT_TRUE(children(q).empty());
+    EXPECT_EQ(db.findPath("p/x"), -1);
+
+    db.beginChangeBlock();
+    editAndCheck();
+    db.endChangeBlock("edit");
+    ASSERT_TRUE(db.undo());
+    EXPECT_EQ(children(p), kids);
+    EXPECT_TRUE(children(q).empty());
+    ASSERT_TRUE(db.redo());
+    EXPECT_EQ(childNames(p), (std::vector<std::string>{"c", "x", "a", "b", "z"}));
+    EXPECT_EQ(childNames(q), (std::vector<std::string>{"y"}));
+}
+
 // ---------------------------------------------------------------- names
 
 TEST_F(UndoRedoTest, NamesAreSanitisedAndUniqueAmongSiblings) {

@@ -206,12 +206,8 @@ void Database::attachRoots(int parent, const std::vector<std::pair<int, int>>& r
 
 void Database::detachRoots(int parent, const std::vector<std::pair<int, int>>& roots,
                            std::vector<std::unique_ptr<Node>>& owned) {
-    std::unordered_set<int> rootSet;
     std::vector<int> all;
-    for (const auto& [index, id] : roots) {
-        rootSet.insert(id);
-        collectSubtree(id, all);
-    }
+    for (const auto& root : roots) collectSubtree(root.second, all);
     for (int id : all) {
         Node* n = node(id);
         if (m_open && m_recording) m_open->change->recordDeleted(id, n->def());
@@ -224,8 +220,27 @@ void Database::detachRoots(int parent, const std::vector<std::pair<int, int>>& r
         owned.push_back(std::move(m_nodes[static_cast<std::size_t>(id)]));
         --m_liveCount;
     }
-    Node* p = node(parent);
-    auto& kids = p->m_children;
+    unlinkChildren(node(parent)->m_children, roots);
+}
+
+void Database::unlinkChildren(std::vector<int>& kids, const std::vector<std::pair<int, int>>& roots) {
+    // Undoing creations and reverting a script's work unlink one child at a time, usually at the
+    // index it was linked at and at the end of the list: that costs nothing per child, where a
+    // search of the siblings would make reverting n creations cost n squared. Many roots at once
+    // (a large deletion) take one pass over the list instead.
+    constexpr std::size_t FewRoots = 8;
+    bool atTheirPlaces = roots.size() <= FewRoots;
+    for (std::size_t r = atTheirPlaces ? roots.size() : 0; r-- > 0;) {
+        const auto index = static_cast<std::size_t>(roots[r].first);
+        if (roots[r].first >= 0 && index < kids.size() && kids[index] == roots[r].second) {
+            kids.erase(kids.begin() + static_cast<std::ptrdiff_t>(index));
+        } else {
+            atTheirPlaces = false;
+        }
+    }
+    if (atTheirPlaces) return;
+    std::unordered_set<int> rootSet;
+    for (const auto& root : roots) rootSet.insert(root.second);
     kids.erase(std::remove_if(kids.begin(), kids.end(), [&](int c) { return rootSet.count(c) != 0; }), kids.end());
 }
 

@@ -167,6 +167,8 @@ private:
                      std::vector<std::unique_ptr<Node>>& owned);
     void detachRoots(int parent, const std::vector<std::pair<int, int>>& roots,
                      std::vector<std::unique_ptr<Node>>& owned);
+    // Removes the roots (index in the list, id) from a child list, ascending index.
+    static void unlinkChildren(std::vector<int>& kids, const std::vector<std::pair<int, int>>& roots);
     void doRename(int id, const std::string& name);
     void renameJournaled(int id, const std::string& name);
     void pushUndoStep(std::string name, std::vector<JournalOp>&& ops);
