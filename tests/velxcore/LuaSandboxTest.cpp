@@ -153,13 +153,40 @@ TEST_F(LuaSandbox, MemoryBombsStopAtTheCap) {
                   XLuaScript::MemoryBudgetExceeded, message);
     // What a script keeps in globals stays: the state is full until the budget grows and it lets go.
     EXPECT_EQ(lua.RunScript(L"keep = {} for i = 1, 1e9 do keep[i] = {} end"), XLuaScript::MemoryBudgetExceeded);
-    EXPECT_EQ(lua.RunScript(L"keep = nil"), XLuaScript::MemoryBudgetExceeded);
+    EXPECT_EQ(lua.RunScript(L"local s = string.rep('z', 1 << 20)"), XLuaScript::MemoryBudgetExceeded);
     lua.SetMemoryBudget(16u * 1024u * 1024u);
-    EXPECT_EQ(lua.RunScript(L"keep = nil collectgarbage()"), XLuaScript::Ok);
+    // A buffer left by a stopped library call is let go by its finalizer, after one more collection.
+    EXPECT_EQ(lua.RunScript(L"keep = nil collectgarbage() collectgarbage()"), XLuaScript::Ok);
     EXPECT_LT(lua.MemoryUsed(), 2u * 1024u * 1024u);
     lua.SetMemoryBudget(8u * 1024u * 1024u);
     // Garbage alone never trips the cap: it is collected before an allocation is refused.
     expectRuns("for i = 1, 200 do local s = string.rep('y', 100000) .. i end");
+}
+
+TEST_F(LuaSandbox, WhatTheScriptMakesThroughVelxCountsAgainstItsBudgets) {
+    generousTime();
+    const std::string memory = "script stopped: it used more than 8 MiB of memory";
+    // Strings stored in the scene, objects, keys and log text live outside the script's own state.
+    expectStopped("local s = string.rep('x', 1 << 20) for i = 1, 200 do "
+                  "velx.set(velx.create('Transform', 'Note'), 'notes', s) end",
+                  XLuaScript::MemoryBudgetExceeded, memory);
+    expectStopped("for i = 1, 1e6 do velx.create('Transform', 'Crowd') end", XLuaScript::MemoryBudgetExceeded, memory);
+    lua.SetMemoryBudget(256u << 10);  // keying is slow enough that a larger budget would take long
+    EXPECT_EQ(lua.RunSceneScript(L"for i = 1, 1e6 do velx.set_key('Hero/Hips', 'translateX', i, i) end", L"keys", scene),
+              XLuaScript::MemoryBudgetExceeded);
+    EXPECT_EQ(XSceneFile::toJson(scene.Database().db()), before);
+    lua.SetMemoryBudget(8u << 20);
+    // A caught stop is no way around it.
+    expectStopped("local s = string.rep('x', 1 << 20) while true do pcall(velx.set, 'Hero/Hips', 'notes', s .. 'a') "
+                  "pcall(velx.set, 'Hero/Spine', 'notes', s .. 'b') pcall(velx.create, 'Transform', 'More') end",
+                  XLuaScript::MemoryBudgetExceeded, memory);
+
+    // A loop of slow velx calls runs too few instructions for the instruction count to notice:
+    // the calls check the clock themselves.
+    lua.SetTimeBudget(0.05);
+    lua.SetMemoryBudget(std::size_t{1} << 32);
+    expectStopped("local s = string.rep('x', 4 << 20) for i = 1, 400 do velx.set('Hero/Hips', 'notes', s) end",
+                  XLuaScript::TimeBudgetExceeded, "script stopped: it ran longer than 0.05 s");
 }
 
 TEST_F(LuaSandbox, DeepRecursionIsAnErrorNotACrash) {

@@ -5,6 +5,7 @@
 #include <velxcore/XLuaScript.h>
 #include <velxcore/XLuaVelxModule.h>
 #include <velxcore/XScene.h>
+#include <velxcore/XScriptBudget.h>
 
 #include <veldatabase/Database.h>
 #include <velutils/StringUtils.h>
@@ -39,7 +40,8 @@ enum class Stop { None, Time, Memory };
 
 }  // namespace
 
-struct XLuaScript::Impl {
+// The state and its runs; also the budget that velx charges while a run is under way.
+struct XLuaScript::Impl : XScriptBudget {
     lua_State* L = nullptr;
     Trust trust = Trust::Application;
     LuaPlus::LuaObject::StateAnchor anchor;
@@ -47,8 +49,10 @@ struct XLuaScript::Impl {
     double timeOverride = -1.0;
     std::size_t memoryOverride = 0;
 
-    // Allocation: bytes in use, and the cap while a sandboxed run is under way.
+    // Allocation: bytes in use, and the cap while a sandboxed run is under way. What the run made
+    // in the scene through velx counts against the same cap.
     std::size_t used = 0;
+    std::size_t made = 0;
     std::size_t cap = 0;
     bool enforce = false;
     std::size_t slack = 0;  // allowed past the cap once stopped, to report the error
@@ -85,6 +89,8 @@ struct XLuaScript::Impl {
         slack = std::max<std::size_t>(cap / 8, 256 * 1024);
         stop = Stop::None;
         refusals = 0;
+        made = 0;
+        module.SetBudget(this);
         if (trust == Trust::Sandboxed) module.SetLogLimits(SandboxLogLines, LongestMessage);
         if (budget != messageBudget) {
             messageBudget = budget;
@@ -99,10 +105,14 @@ struct XLuaScript::Impl {
     }
 
     void finishRun() {
+        module.SetBudget(nullptr);
         enforce = false;
         timeLimited = false;
         stop = Stop::None;
     }
+
+    void Charge(std::size_t bytes) override;
+    void CheckTime() override;
 
     void report(const std::string& message) {
         lastError = StringUtils::toWide(message.size() > LongestMessage ? message.substr(0, LongestMessage) + "..." : message);
@@ -142,6 +152,23 @@ void stopSoon(Impl* s, Stop reason) {
     if (s->L) lua_sethook(s->L, countHook, LUA_MASKCOUNT, 1);
 }
 
+}  // namespace
+
+void XLuaScript::Impl::Charge(std::size_t bytes) {
+    if (depth == 0) return;
+    made += bytes;
+    if (stop == Stop::None && enforce && used + made > cap) stopSoon(this, Stop::Memory);
+    CheckTime();
+}
+
+void XLuaScript::Impl::CheckTime() {
+    if (depth == 0) return;
+    if (stop == Stop::None && timeLimited && Clock::now() >= deadline) stopSoon(this, Stop::Time);
+    if (stop != Stop::None) throw XScriptStop(stop == Stop::Time ? timeMessage : memoryMessage);
+}
+
+namespace {
+
 // Counts the state's bytes. While a sandboxed run is under way, growth past the cap is refused;
 // Lua then collects its garbage and asks once more, and that second request must leave some room
 // (a sixteenth of the cap) or the script is stopped, so that it cannot spend its time in one
@@ -159,7 +186,7 @@ void* allocate(void* ud, void* block, std::size_t oldSize, std::size_t newSize) 
         if (newSize - old >= LargeAllocation && s->timeLimited && s->stop == Stop::None && Clock::now() >= s->deadline)
             stopSoon(s, Stop::Time);
         if (s->enforce) {
-            const std::size_t after = s->used - old + newSize;
+            const std::size_t after = s->used - old + newSize + s->made;
             const std::size_t limit = s->stop != Stop::None ? s->cap + s->slack
                                       : s->refusals > 0    ? s->cap - s->cap / 16
                                                            : s->cap;

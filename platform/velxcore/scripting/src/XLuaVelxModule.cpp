@@ -5,13 +5,16 @@
 #include <velxcore/XLuaVelxModule.h>
 #include <velxcore/XScene.h>
 #include <velxcore/XScriptApi.h>
+#include <velxcore/XScriptBudget.h>
 
 #include <veldatabase/Database.h>
 #include <velutils/StringUtils.h>
 
 #include <lua.hpp>
 
+#include <algorithm>
 #include <cstdio>
+#include <new>
 #include <limits>
 #include <string>
 #include <vector>
@@ -90,7 +93,7 @@ std::vector<std::string> paths(const Args& a, std::size_t i) {
     return out;
 }
 
-XScriptApi api(XLuaVelxModule& m) { return XScriptApi(m.Scene()); }
+XScriptApi api(XLuaVelxModule& m) { return XScriptApi(m.Scene(), m.Budget()); }
 
 // The operations, in the order of kOperations below.
 db::Value opFind(XLuaVelxModule& m, const Args& a) {
@@ -207,6 +210,8 @@ int dispatch(lua_State* L) {
     {
         const char* name = plugin ? plugin : kOperations[operation].name;
         try {
+            // A loop of velx calls runs few Lua instructions between them: check the clock here.
+            if (module->Budget()) module->Budget()->CheckTime();
             Args args;
             const int count = lua_gettop(L);
             args.reserve(static_cast<std::size_t>(count));
@@ -231,6 +236,10 @@ int dispatch(lua_State* L) {
             status = lua_pcall(L, 1, 1, 0);  // on failure the error is left on the stack
         } catch (const XScriptError& e) {
             std::snprintf(message, MessageSize, "velx.%s: %s", name, e.what());
+        } catch (const XScriptStop& e) {
+            std::snprintf(message, MessageSize, "%s", e.what());
+        } catch (const std::bad_alloc&) {
+            std::snprintf(message, MessageSize, "velx.%s: not enough memory", name);
         } catch (const std::exception& e) {
             std::snprintf(message, MessageSize, "velx.%s: internal error: %s", name, e.what());
         } catch (...) {
@@ -363,6 +372,7 @@ void XLuaVelxModule::SetLogLimits(int lines, std::size_t longestLine) {
 
 void XLuaVelxModule::Log(const std::string& text) {
     if (m_logAllowance == 0) return;
+    if (m_budget) m_budget->Charge(std::min(text.size(), m_longestLine > 0 ? m_longestLine : text.size()));
     if (m_longestLine > 0 && text.size() > m_longestLine) {
         std::size_t cut = m_longestLine;
         while (cut > 0 && (static_cast<unsigned char>(text[cut]) & 0xC0) == 0x80) --cut;  // whole characters

@@ -3,6 +3,7 @@
 #include <velxcore/XAttribute.h>
 #include <velxcore/XScene.h>
 #include <velxcore/XScriptApi.h>
+#include <velxcore/XScriptBudget.h>
 
 #include <veldatabase/Database.h>
 #include <velutils/StringUtils.h>
@@ -14,6 +15,15 @@ namespace VelX {
 using Velutils::StringUtils;
 
 namespace {
+
+// What the scene keeps for an edit besides its values: the journal record and change entry.
+constexpr std::size_t RecordBytes = 64;
+// What an object costs besides its values: the node, its name and its place in the indexes.
+constexpr std::size_t ObjectBytes = 256;
+// A key on a curve, with its tangents and record.
+constexpr std::size_t KeyBytes = 96;
+// Walks over the scene check the clock this often.
+constexpr std::size_t StepsBetweenClockChecks = 4096;
 
 XAttribute attributeOf(XScene& scene, int id, const std::string& name) {
     std::wstring path = StringUtils::toWide(scene.Database().db().path(id) + "." + name);
@@ -31,6 +41,22 @@ XAttribute attributeAt(XScene& scene, const std::string& attributePath) {
 
 }  // namespace
 
+std::size_t XScriptApi::BytesOf(const db::Value& value) {
+    std::size_t bytes = sizeof(db::Value);
+    if (const std::string* text = value.tryGet<std::string>()) bytes += text->size();
+    if (const db::ValueList* items = value.tryGet<db::ValueList>())
+        for (const db::Value& item : *items) bytes += BytesOf(item);
+    return bytes;
+}
+
+void XScriptApi::charge(std::size_t bytes) const {
+    if (m_budget) m_budget->Charge(bytes);
+}
+
+void XScriptApi::step(std::size_t& steps) const {
+    if (m_budget && ++steps % StepsBetweenClockChecks == 0) m_budget->CheckTime();
+}
+
 int XScriptApi::objectId(const std::string& path) const {
     int id = path.empty() ? -1 : m_scene.Database().db().findPath(path);
     if (id <= 0) throw XScriptError("no object at '" + path + "'");
@@ -45,7 +71,9 @@ std::vector<std::string> XScriptApi::findByType(const std::string& type, bool ex
     const db::Database& d = m_scene.Database().db();
     std::vector<std::string> out;
     std::vector<int> stack(d.node(db::Database::RootId)->children().rbegin(), d.node(db::Database::RootId)->children().rend());
+    std::size_t steps = 0;
     while (!stack.empty()) {
+        step(steps);
         int id = stack.back();
         stack.pop_back();
         const db::Node* n = d.node(id);
@@ -59,7 +87,11 @@ std::vector<std::string> XScriptApi::children(const std::string& path) const {
     const db::Database& d = m_scene.Database().db();
     int id = path.empty() ? db::Database::RootId : objectId(path);
     std::vector<std::string> out;
-    for (int c : d.node(id)->children()) out.push_back(d.path(c));
+    std::size_t steps = 0;
+    for (int c : d.node(id)->children()) {
+        step(steps);
+        out.push_back(d.path(c));
+    }
     return out;
 }
 
@@ -74,6 +106,7 @@ std::string XScriptApi::create(const std::string& type, const std::string& name,
         throw XScriptError("cannot create an object of type '" + type + "'");
     XObject parent = parentPath.empty() ? database.RootObject() : XObject(&database, objectId(parentPath));
     if (!parent.SupportsChildObjects()) throw XScriptError("'" + parentPath + "' cannot have children");
+    charge(ObjectBytes + def->storageSize() + name.size());
     XObject created = database.CreateObject(StringUtils::toWide(type), StringUtils::toWide(name), parent);
     if (!created.IsValid()) throw XScriptError("could not create '" + name + "'");
     return StringUtils::toUtf8(created.Path());
@@ -82,6 +115,7 @@ std::string XScriptApi::create(const std::string& type, const std::string& name,
 void XScriptApi::remove(const std::string& path) {
     XObject o(&m_scene.Database(), objectId(path));
     if (!o.SupportsDeletion()) throw XScriptError("'" + path + "' cannot be deleted");
+    charge(RecordBytes);
     o.Delete();
 }
 
@@ -89,26 +123,37 @@ std::string XScriptApi::reparent(const std::string& path, const std::string& par
     XDatabase& database = m_scene.Database();
     XObject o(&database, objectId(path));
     XObject parent = parentPath.empty() ? database.RootObject() : XObject(&database, objectId(parentPath));
+    charge(RecordBytes);
     if (!o.SetParent(parent)) throw XScriptError("cannot move '" + path + "' under '" + parentPath + "'");
     return StringUtils::toUtf8(o.Path());
 }
 
 std::string XScriptApi::rename(const std::string& path, const std::string& name) {
     XObject o(&m_scene.Database(), objectId(path));
+    charge(RecordBytes + 2 * name.size());
     o.SetName(StringUtils::toWide(name));
     return StringUtils::toUtf8(o.Path());
 }
 
 void XScriptApi::select(const std::vector<std::string>& paths) {
     std::vector<int> ids;
-    for (const std::string& p : paths) ids.push_back(objectId(p));
+    std::size_t steps = 0;
+    for (const std::string& p : paths) {
+        step(steps);
+        ids.push_back(objectId(p));
+    }
+    charge(RecordBytes + 2 * sizeof(int) * (ids.size() + m_scene.Database().db().selection().size()));
     m_scene.Database().db().setSelection(ids);
 }
 
 std::vector<std::string> XScriptApi::selection() const {
     const db::Database& d = m_scene.Database().db();
     std::vector<std::string> out;
-    for (int id : d.selection()) out.push_back(d.path(id));
+    std::size_t steps = 0;
+    for (int id : d.selection()) {
+        step(steps);
+        out.push_back(d.path(id));
+    }
     return out;
 }
 
@@ -124,6 +169,8 @@ db::Value XScriptApi::get(const std::string& path, const std::string& attribute)
 
 void XScriptApi::set(const std::string& path, const std::string& attribute, const db::Value& value) {
     XAttribute a = attributeOf(m_scene, objectId(path), attribute);
+    // The new value lives in the object and in the undo record.
+    charge(RecordBytes + 2 * BytesOf(value));
     if (a.IsObjectRef()) {
         if (value.isNone()) {
             a.ClearObjectRef();
@@ -164,12 +211,14 @@ std::vector<std::string> XScriptApi::attributes(const std::string& path) const {
 
 void XScriptApi::connect(const std::string& sourceAttribute, const std::string& destinationAttribute) {
     XAttribute destination = attributeAt(m_scene, destinationAttribute);
+    charge(RecordBytes);
     if (!destination.ConnectInputTo(attributeAt(m_scene, sourceAttribute)))
         throw XScriptError("cannot connect '" + sourceAttribute + "' to '" + destinationAttribute +
                            "' (types differ, the destination is computed, or it would make a cycle)");
 }
 
 void XScriptApi::disconnect(const std::string& destinationAttribute) {
+    charge(RecordBytes);
     attributeAt(m_scene, destinationAttribute).DisconnectInput();
 }
 
@@ -177,6 +226,7 @@ void XScriptApi::setKey(const std::string& path, const std::string& attribute, c
                         const db::Value& value) {
     XAttribute a = attributeOf(m_scene, objectId(path), attribute);
     if (!a.IsAnimatable()) throw XScriptError("'" + attribute + "' cannot be animated");
+    charge(KeyBytes);
     XDatabase& database = m_scene.Database();
     database.BeginChangeBlock();
     XSceneSettings settings = m_scene.SceneSettings();
@@ -189,6 +239,7 @@ void XScriptApi::setKey(const std::string& path, const std::string& attribute, c
 }
 
 void XScriptApi::clearKeys(const std::string& path, const std::string& attribute) {
+    charge(RecordBytes);
     attributeOf(m_scene, objectId(path), attribute).ClearAnimation();
 }
 
@@ -209,6 +260,9 @@ void XScriptApi::endBlock(const std::string& description) {
 bool XScriptApi::undo() { return m_scene.Database().Undo(); }
 bool XScriptApi::redo() { return m_scene.Database().Redo(); }
 
-void XScriptApi::log(const std::string& text) { XLog::Write(text); }
+void XScriptApi::log(const std::string& text) {
+    charge(RecordBytes + text.size());
+    XLog::Write(text);
+}
 
 }  // namespace VelX

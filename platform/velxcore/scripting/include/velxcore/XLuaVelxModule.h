@@ -10,6 +10,7 @@ struct lua_State;
 namespace VelX {
 
 class XScene;
+class XScriptBudget;
 
 // The `velx` table of a Lua state: scene operations (through XScriptApi) on the scene the module
 // is bound to, or the application's active scene at call time, plus every plug-in script function
@@ -31,6 +32,10 @@ public:
     XScene* BoundScene() const { return m_scene; }
     XScene& Scene() const;
 
+    // The budget the scene operations charge (nullptr: none); the state's runs own it.
+    void SetBudget(XScriptBudget* budget) { m_budget = budget; }
+    XScriptBudget* Budget() const { return m_budget; }
+
     // velx.begin_block / velx.end_block: a script ends only blocks it opened itself.
     void BeginBlock();
     void EndBlock(const std::string& description);
@@ -43,7 +48,8 @@ public:
 
     // velx.log and print: a line for the application log. A run may be given an allowance of
     // lines (negative: no limit) and a longest line (0: no limit) so that a script cannot flood
-    // the log; the line that uses the allowance up says that the rest are dropped.
+    // the log; the line that uses the allowance up says that the rest are dropped. The text is
+    // charged to the budget.
     void SetLogLimits(int lines, std::size_t longestLine);
     void Log(const std::string& text);
 
@@ -57,6 +63,7 @@ public:
 private:
     XScene* m_scene = nullptr;
     XScene* m_blockScene = nullptr;
+    XScriptBudget* m_budget = nullptr;
     int m_openBlocks = 0;
     int m_logAllowance = -1;
     std::size_t m_longestLine = 0;

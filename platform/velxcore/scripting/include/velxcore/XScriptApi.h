@@ -9,6 +9,7 @@
 namespace VelX {
 
 class XScene;
+class XScriptBudget;
 
 // A script's mistake (a wrong path, attribute or value): the bindings turn it into an error of the
 // script's own language, which then names the script and line.
@@ -20,9 +21,12 @@ public:
 // The scene operations of the `velx` script module, shared by the Lua and Python bindings so that
 // both languages behave the same. Paths are object paths ("Hero/Hips"); values travel as db::Value
 // (nil, bool, int, float/double, string, lists for vectors, matrices and arrays).
+//
+// With a budget, every operation charges what it adds to the scene before adding it, and the
+// operations that walk the scene check the clock as they go (XScriptStop ends the run).
 class XScriptApi {
 public:
-    explicit XScriptApi(XScene& scene) : m_scene(scene) {}
+    explicit XScriptApi(XScene& scene, XScriptBudget* budget = nullptr) : m_scene(scene), m_budget(budget) {}
 
     bool exists(const std::string& path) const;
     std::vector<std::string> findByType(const std::string& type, bool exact) const;
@@ -52,10 +56,17 @@ public:
 
     XScene& scene() const { return m_scene; }
 
+    // About how many bytes the scene keeps for a value written into it (the value and its undo record).
+    static std::size_t BytesOf(const db::Value& value);
+
 private:
     int objectId(const std::string& path) const;  // throws XScriptError when missing
+    void charge(std::size_t bytes) const;
+    // Checks the clock every few thousand steps of a walk over the scene.
+    void step(std::size_t& steps) const;
 
     XScene& m_scene;
+    XScriptBudget* m_budget;
 };
 
 }  // namespace VelX
