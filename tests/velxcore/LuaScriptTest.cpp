@@ -210,6 +210,100 @@ TEST(LuaRun, EndlessLoopsOfTheApplicationScriptStopWithinTheBudget) {
     EXPECT_EQ(lua.RunScript(L"local s = 0 for i = 1, 1000 do s = s + i end assert(s == 500500)"), 0);
 }
 
+TEST(LuaRun, PatternFunctionsKeepLuasRulesAndResults) {
+    XLuaScript lua;
+    EXPECT_EQ(lua.RunScript(LR"LUA(
+        local function same(a, b) assert(a == b, tostring(a) .. " ~= " .. tostring(b)) end
+        local function pack(...) return {n = select('#', ...), ...} end
+        -- find: plain, positions, captures, anchors, init, zeros in pattern and subject
+        same(string.find("hello world", "o w"), 5)
+        same(select(2, string.find("hello world", "o w")), 7)
+        same(string.find("a.b", ".", 1, true), 2)
+        same(string.find("abc", "b", -1), nil)
+        same(string.find("abc", "", 10), nil)
+        same(string.find("abc", "", 4), 4)
+        local r = pack(string.find("key = value", "(%w+)%s*=%s*(%w+)"))
+        same(r.n, 4) same(r[1], 1) same(r[3], "key") same(r[4], "value")
+        same(string.find("a\0b", "\0", 1, true), 2)
+        same(string.find("a\0b", "%z") or string.find("a\0b", "[\0]"), 2)
+        same(string.find("xabc", "^abc"), nil)
+        same(string.find("abc", "c$"), 3)
+        -- match: classes, sets, ranges, negations, quantifiers, position captures, back references
+        same(string.match("  trim me  ", "^%s*(.-)%s*$"), "trim me")
+        same(string.match("2026-11-25", "(%d+)-(%d+)"), "2026")
+        same(select(2, string.match("2026-11-25", "(%d+)-(%d+)")), "11")
+        same(string.match("hello", "()ll()"), 3)
+        same(string.match("x = 'quoted' y", "(['\"])(.-)%1"), "'")
+        same(select(2, string.match("x = 'quoted' y", "(['\"])(.-)%1")), "quoted")
+        same(string.match("THE (quick) fox", "%((%a+)%)"), "quick")
+        same(string.match("f(a(b)c)d", "%b()"), "(a(b)c)")
+        same(string.match("THE (quick) fox", "%f[%a]%a+", 5), "quick")
+        same(string.match("abc123", "[^%d]+"), "abc")
+        same(string.match("abc123", "[a-b]+"), "ab")
+        same(string.match("aaa", "a-b"), nil)
+        same(string.match("aaab", "a-b"), "aaab")
+        same(string.match("ab", "a?b"), "ab")
+        same(string.match("b", "a?b"), "b")
+        same(string.match("Hello", "%u%l+"), "Hello")
+        same(string.match("0x1F", "0x(%x+)"), "1F")
+        -- gmatch with init, gsub with strings, tables, functions, limits and %0
+        local words = {}
+        for w in string.gmatch("one two three", "%a+") do words[#words + 1] = w end
+        same(#words, 3) same(words[3], "three")
+        local pairs_ = {}
+        for k, v in ("a=1, b=2"):gmatch("(%w+)=(%w+)") do pairs_[k] = v end
+        same(pairs_.b, "2")
+        local from = {}
+        for w in string.gmatch("one two", "%a+", 4) do from[#from + 1] = w end
+        same(from[1], "two")
+        same(string.gsub("hello world", "o", "0"), "hell0 w0rld")
+        same(select(2, string.gsub("hello world", "o", "0")), 2)
+        same(string.gsub("hello world", "(%w+)", "<%1>"), "<hello> <world>")
+        same(string.gsub("hello", "", "-"), "-h-e-l-l-o-")
+        same(string.gsub("abc", "%w", "%0%0"), "aabbcc")
+        same(string.gsub("abc", "%w", "%%"), "%%%")
+        same(string.gsub("$name is $age", "%$(%w+)", {name = "Ann", age = 7}), "Ann is 7")
+        same(string.gsub("1 2 3", "%d", function(d) return d * 2 end), "2 4 6")
+        same(string.gsub("keep", "%w", function() return nil end), "keep")
+        same(string.gsub("aaa", "a", "b", 2), "bba")
+        same(string.gsub("abc", "^a", "x"), "xbc")
+        same(("x"):rep(3):gsub("x", "y"), "yyy")
+        -- Lua's own error messages
+        local function fails(f, message)
+          local ok, e = pcall(f)
+          assert(not ok and e:find(message, 1, true), message .. " was " .. tostring(e))
+        end
+        fails(function() string.find("a", "%") end, "malformed pattern (ends with '%')")
+        fails(function() string.find("a", "[a") end, "malformed pattern (missing ']')")
+        fails(function() string.find("a", "(a") end, "unfinished capture")
+        fails(function() string.match("a", "a)") end, "invalid pattern capture")
+        fails(function() string.find("a", "%1") end, "invalid capture index %1")
+        fails(function() string.gsub("a", "a", "%2") end, "invalid capture index %2")
+        fails(function() string.gsub("a", "a", "%x") end, "invalid use of '%' in replacement string")
+        fails(function() string.gsub("a", "a", true) end, "string/function/table")
+        fails(function() string.find(string.rep("a", 300), string.rep("(", 40) .. "a") end, "too many captures")
+        fails(function() string.find("a", "%f") end, "missing '[' after '%f' in pattern")
+    )LUA", L"patterns"),
+              0)
+        << std::string(lua.LastError().begin(), lua.LastError().end());
+}
+
+TEST(LuaRun, APatternThatBacktracksWithoutEndStopsWithinTheBudget) {
+    const std::wstring stopped = L"script stopped: it ran longer than 0.2 s";
+    for (const XLuaScript::Trust trust : {XLuaScript::Trust::Application, XLuaScript::Trust::Sandboxed}) {
+        XLuaScript lua(trust);
+        lua.SetTimeBudget(0.2);
+        for (const wchar_t* call : {L"string.find(s, p)", L"string.match(s, p)", L"string.gsub(s, p, '')",
+                                    L"for _ in string.gmatch(s, p) do end", L"pcall(string.find, s, p) while true do end"}) {
+            const std::wstring text =
+                L"local s = string.rep('a', 40) local p = string.rep('a*', 30) .. 'b'\n" + std::wstring(call);
+            EXPECT_EQ(lua.RunScript(text, L"backtrack"), XLuaScript::TimeBudgetExceeded) << call;
+            EXPECT_NE(lua.LastError().find(stopped), std::wstring::npos) << lua.LastError().c_str();
+        }
+        EXPECT_EQ(lua.RunScript(L"assert(string.find(string.rep('a', 40), 'a*b') == nil)"), 0);
+    }
+}
+
 // ---- XScriptBase ---------------------------------------------------------------------------------
 
 namespace {

@@ -1,3 +1,5 @@
+#include "LuaPatternFunctions.h"
+
 #include <velxcore/XActiveScene.h>
 #include <velxcore/XLog.h>
 #include <velxcore/XScriptFunctions.h>
@@ -309,11 +311,15 @@ void openSandbox(lua_State* L) {
     lua_pop(L, 1);
 }
 
+// A pattern match asks every few thousand steps whether the run must stop.
+void patternStepCheck(lua_State* L) { countHook(L, nullptr); }
+
 int openState(lua_State* L) {
     Impl* s = static_cast<Impl*>(lua_touserdata(L, 1));
     lua_settop(L, 0);
     if (s->trust == XLuaScript::Trust::Sandboxed) openSandbox(L);
     else luaL_openlibs(L);
+    LuaPatternFunctions::Install(L, patternStepCheck);
     lua_pushcfunction(L, logPrint);
     lua_setglobal(L, "print");
     s->module.Install(L);
