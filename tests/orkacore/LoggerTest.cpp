@@ -110,6 +110,17 @@ TEST(Logger, ListenersComeAndGoWhileTheyAreToldAndOnlyTheLatestEntriesStay) {
     ASSERT_EQ(full.entries().size(), Logger::MaxEntries);
     EXPECT_EQ(full.entries().front().text, "#50");
     EXPECT_EQ(full.entries().back().text, wxString::Format("#%zu", Logger::MaxEntries + 49));
+
+    // Long entries are cut, and the kept text stays within 4 Mi characters.
+    Logger flooded;
+    flooded.error(wxString(1000000, 'x'));
+    EXPECT_LT(flooded.entries().back().text.length(), 16u * 1024u + 100u);
+    EXPECT_TRUE(flooded.entries().back().text.EndsWith("left out)"));
+    for (int i = 0; i < 1000; ++i) flooded.information(wxString(15000, 'y'));
+    size_t characters = 0;
+    for (const LogEntry& e : flooded.entries()) characters += e.text.length();
+    EXPECT_LE(characters, 4u * 1024u * 1024u);
+    EXPECT_EQ(flooded.entries().back().text, wxString(15000, 'y'));
 }
 
 namespace {

@@ -1,6 +1,7 @@
 #include <velxcore/XAnimation.h>
 #include <velxcore/XApplication.h>
 #include <velxcore/XDemoScene.h>
+#include <velxcore/XLog.h>
 #include <velxcore/XObjectTypes.h>
 #include <velxcore/XScene.h>
 #include <velxcore/XSceneChange.h>
@@ -45,6 +46,29 @@ XObject transform(XScene& scene, const wchar_t* name, const XObject& parent = XO
 }
 
 }  // namespace
+
+TEST(CoreLog, LinesAreCutAndTheHistoryKeepsTheLatestWithinItsCaps) {
+    std::vector<std::wstring> heard;
+    XLog::SetSink([&](const std::wstring& text, XLog::Level) { heard.push_back(text); });
+    XLog::Write(std::string(1 << 20, 'x'));
+    XLog::Write(std::wstring(100000, L'y'));
+    for (const std::wstring& line : {XLog::Lines()[XLog::Lines().size() - 2], XLog::Lines().back()}) {
+        EXPECT_LT(line.size(), 16u * 1024u + 100u);
+        EXPECT_NE(line.find(L"left out)"), std::wstring::npos);
+    }
+    ASSERT_EQ(heard.size(), 2u);
+    EXPECT_EQ(heard.back(), XLog::Lines().back()) << "what the application shows is what the history keeps";
+    XLog::SetSink(nullptr);
+
+    for (int i = 0; i < 25000; ++i) XLog::Write("line " + std::to_string(i));
+    EXPECT_LE(XLog::Lines().size(), 10000u);
+    EXPECT_EQ(XLog::Lines().back(), L"line 24999");
+    for (int i = 0; i < 1000; ++i) XLog::Write(std::string(15000, 'z'));
+    std::size_t characters = 0;
+    for (const std::wstring& line : XLog::Lines()) characters += line.size();
+    EXPECT_LE(characters, 4u * 1024u * 1024u);
+    EXPECT_EQ(XLog::Lines().back(), std::wstring(15000, L'z'));
+}
 
 TEST(CoreHandles, RootSettingsAndPaths) {
     XScene scene;

@@ -264,4 +264,12 @@ TEST_F(LuaSandbox, TheLogCannotBeFlooded) {
     EXPECT_LT(XApplication::Instance().LogLines().back().size(), 5000u);
     expectStopped("error(string.rep('y', 1000000))", XLuaScript::RuntimeError);
     EXPECT_LT(lua.LastError().size(), 5000u);
+    // Few long lines: a run writes at most 256 KiB, then says the rest is dropped.
+    const std::size_t before = XApplication::Instance().LogLines().size();
+    expectRuns("for i = 1, 100 do print(string.rep('z', 4000)) velx.log(string.rep('w', 4000)) end");
+    std::size_t written = 0;
+    for (std::size_t i = before; i < log.size(); ++i) written += log[i].size();
+    EXPECT_LE(written, 256u * 1024u + 200u);
+    EXPECT_GT(written, 200u * 1024u);
+    EXPECT_EQ(log.back(), L"Lua: the script's further log lines in this run are dropped");
 }

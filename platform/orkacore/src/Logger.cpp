@@ -20,9 +20,17 @@ Logger::~Logger() {
 void Logger::log(LogLevel level, const wxString& text) {
     if (level < m_minimumLevel) return;
     // A copy: listeners and panes may log or clear while this entry is being handed out.
-    const LogEntry entry{level, wxDateTime::UNow(), text};
+    const LogEntry entry{level, wxDateTime::UNow(),
+                         text.length() <= LongestEntry
+                             ? text
+                             : text.Left(LongestEntry) + wxString::Format("... (%zu more characters left out)",
+                                                                         text.length() - LongestEntry)};
     m_entries.push_back(entry);
-    if (m_entries.size() > MaxEntries) m_entries.pop_front();
+    m_characters += entry.text.length();
+    while (m_entries.size() > MaxEntries || (m_characters > MaxCharacters && m_entries.size() > 1)) {
+        m_characters -= m_entries.front().text.length();
+        m_entries.pop_front();
+    }
     m_snapshotStale = true;
 
     if (m_file.IsOpened()) {
@@ -58,6 +66,7 @@ const std::vector<LogEntry>& Logger::entries() const {
 
 void Logger::clear() {
     m_entries.clear();
+    m_characters = 0;
     m_snapshotStale = true;
     for (LogPane* pane : m_panes) pane->entriesChanged();
 }

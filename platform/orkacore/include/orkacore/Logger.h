@@ -18,10 +18,13 @@ class LogPane;
 // The application's log: keeps the latest entries, appends each to an optional log file, tells its
 // listeners and shows them in log panes. It needs no wxApp and no pane (file and listeners alone
 // work). Logger and panes may die in either order: a pane whose logger is gone keeps what it showed.
-// Everything runs on the user-interface thread.
+// Everything runs on the user-interface thread. An entry longer than LongestEntry is cut, saying how
+// much was left out; the latest entries are kept within MaxEntries and MaxCharacters.
 class Logger {
 public:
     static constexpr size_t MaxEntries = 10000;
+    static constexpr size_t LongestEntry = 16 * 1024;
+    static constexpr size_t MaxCharacters = 4 * 1024 * 1024;
 
     Logger();
     ~Logger();
@@ -66,6 +69,7 @@ private:
     void paneDestroyed(LogPane* pane);
 
     std::deque<LogEntry> m_entries;
+    size_t m_characters = 0;  // in m_entries
     mutable std::vector<LogEntry> m_snapshot;  // entries() as a vector, rebuilt after changes
     mutable bool m_snapshotStale = false;
     LogLevel m_minimumLevel = LogLevel::Debug;

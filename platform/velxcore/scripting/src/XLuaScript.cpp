@@ -33,8 +33,9 @@ using Clock = std::chrono::steady_clock;
 constexpr int HookInterval = 10000;
 constexpr std::size_t MaxRememberedMessages = 4096;
 constexpr std::size_t LargeAllocation = 64 * 1024;
-// Sandboxed scripts may write this many log lines per run, each at most this long.
+// Sandboxed scripts may write this many log lines and bytes per run, each line at most this long.
 constexpr int SandboxLogLines = 1000;
+constexpr std::size_t SandboxLogBytes = 256 * 1024;
 constexpr std::size_t LongestMessage = 4096;
 constexpr double MiB = 1024.0 * 1024.0;
 
@@ -93,7 +94,9 @@ struct XLuaScript::Impl : XScriptBudget {
         refusals = 0;
         made = 0;
         module.SetBudget(this);
-        if (trust == Trust::Sandboxed) module.SetLogLimits(SandboxLogLines, LongestMessage);
+        XScriptLogAllowance::Limits logLimits;
+        if (trust == Trust::Sandboxed) logLimits = {SandboxLogLines, SandboxLogBytes, LongestMessage};
+        module.LogAllowance().Start(logLimits, "Lua: the script's further log lines in this run are dropped");
         if (budget != messageBudget) {
             messageBudget = budget;
             timeMessage = "script stopped: it ran longer than " + StringUtils::formatNumber(budget, 0, 3) +

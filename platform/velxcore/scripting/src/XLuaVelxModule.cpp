@@ -365,23 +365,10 @@ void XLuaVelxModule::ForgetOpenBlocks() {
     m_blockScene = nullptr;
 }
 
-void XLuaVelxModule::SetLogLimits(int lines, std::size_t longestLine) {
-    m_logAllowance = lines;
-    m_longestLine = longestLine;
-}
-
 void XLuaVelxModule::Log(const std::string& text) {
-    if (m_logAllowance == 0) return;
-    if (m_budget) m_budget->Charge(std::min(text.size(), m_longestLine > 0 ? m_longestLine : text.size()));
-    if (m_longestLine > 0 && text.size() > m_longestLine) {
-        std::size_t cut = m_longestLine;
-        while (cut > 0 && (static_cast<unsigned char>(text[cut]) & 0xC0) == 0x80) --cut;  // whole characters
-        XLog::Write(text.substr(0, cut) + "...");
-    } else {
-        XLog::Write(text);
-    }
-    if (m_logAllowance > 0 && --m_logAllowance == 0)
-        XLog::Write(L"Lua: the script's further log lines in this run are dropped");
+    if (m_log.IsUsedUp()) return;
+    if (m_budget) m_budget->Charge(text.size());
+    m_log.Write(text);
 }
 
 void XLuaVelxModule::Install(lua_State* L) {

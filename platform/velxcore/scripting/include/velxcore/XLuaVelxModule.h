@@ -1,5 +1,7 @@
 #pragma once
 
+#include <velxcore/XScriptLogAllowance.h>
+
 #include <veldatabase/Value.h>
 
 #include <cstddef>
@@ -46,11 +48,9 @@ public:
     // Forgets them (the caller cancelled every open block of the scene).
     void ForgetOpenBlocks();
 
-    // velx.log and print: a line for the application log. A run may be given an allowance of
-    // lines (negative: no limit) and a longest line (0: no limit) so that a script cannot flood
-    // the log; the line that uses the allowance up says that the rest are dropped. The text is
-    // charged to the budget.
-    void SetLogLimits(int lines, std::size_t longestLine);
+    // velx.log and print: a line for the application log, within the run's allowance (the text is
+    // charged to the budget too).
+    XScriptLogAllowance& LogAllowance() { return m_log; }
     void Log(const std::string& text);
 
     // Conversions. Lua -> value: nil, booleans, integers (as int when they fit), floats, strings
@@ -65,8 +65,7 @@ private:
     XScene* m_blockScene = nullptr;
     XScriptBudget* m_budget = nullptr;
     int m_openBlocks = 0;
-    int m_logAllowance = -1;
-    std::size_t m_longestLine = 0;
+    XScriptLogAllowance m_log;
     bool m_closed = false;
 };
 
