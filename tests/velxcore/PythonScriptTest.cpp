@@ -355,6 +355,53 @@ TEST(PythonSceneScript, FailureLeavesTheSceneExactlyAsItWas) {
     scene.Database().EndChangeBlock();
 }
 
+TEST(PythonSceneScript, MemoryThreadsAndTheLogAreHeldToTheBudgets) {
+    XScene scene;
+    XPythonScript python;
+    python.SetTimeBudget(10.0);
+    python.SetMemoryBudget(16u << 20);
+    const std::string before = json(scene);
+    const std::wstring memory = L"script stopped: it used more than 16 MiB of memory";
+    const std::vector<std::wstring> bombs = {
+        L"keep = []\nwhile True: keep.append(' ' * 100000)\n",
+        L"keep = []\nwhile True:\n    try:\n        keep.append(bytearray(1 << 20))\n    except MemoryError:\n        pass\n",
+        L"import velx\ns = 'x' * (1 << 20)\nfor i in range(1000):\n    velx.set(velx.create('Transform', 'Note'), 'notes', s)\n",
+        L"import velx\nfor i in range(10**7):\n    velx.create('Transform', 'Crowd')\n",
+    };
+    for (const std::wstring& bomb : bombs) {
+        EXPECT_FALSE(python.RunSceneScript(bomb, L"bomb", scene)) << Velutils::StringUtils::toUtf8(bomb);
+        EXPECT_TRUE(contains(python.LastError(), memory)) << Velutils::StringUtils::toUtf8(python.LastError());
+        EXPECT_EQ(json(scene), before);
+    }
+    // Afterwards the interpreter and scripts that are not scene scripts have their memory back.
+    XPythonScript free;
+    EXPECT_TRUE(free.RunScript(L"big = bytearray(64 << 20)\ndel big\n")) << Velutils::StringUtils::toUtf8(free.LastError());
+
+    // A scene script cannot start a thread that would outlive it; other scripts can.
+    EXPECT_FALSE(python.RunSceneScript(L"import threading\nthreading.Thread(target=lambda: None).start()\n", L"threads", scene));
+    EXPECT_TRUE(contains(python.LastError(), L"scene scripts cannot start threads"));
+    EXPECT_FALSE(python.RunSceneScript(L"import _thread\n_thread.start_new_thread(print, ())\n", L"threads", scene));
+    EXPECT_TRUE(free.RunScript(L"import threading\nt = threading.Thread(target=lambda: None)\nt.start()\nt.join()\n"))
+        << Velutils::StringUtils::toUtf8(free.LastError());
+    // Python cannot be sandboxed: a fresh copy of the thread module gets around the refusal, but the
+    // run still fails and its threads are stopped before it returns.
+    EXPECT_FALSE(python.RunSceneScript(L"import sys, time\ndel sys.modules['_thread']\nimport _thread\n"
+                                       L"def spin():\n    while True: time.sleep(0.01)\n"
+                                       L"_thread.start_new_thread(spin, ())\n",
+                                       L"sneaky", scene));
+    EXPECT_TRUE(contains(python.LastError(), L"It started 1 thread(s), which scene scripts may not; they were stopped"))
+        << Velutils::StringUtils::toUtf8(python.LastError());
+    EXPECT_TRUE(free.RunScript(L"import threading\nassert threading.active_count() == 1, threading.enumerate()\n"))
+        << Velutils::StringUtils::toUtf8(free.LastError());
+
+    // A scene script's log lines stop at its allowance, with one line saying so.
+    const std::size_t mark = logMark();
+    EXPECT_TRUE(python.RunSceneScript(L"for i in range(100):\n    print('z' * 4000)\n", L"chatty", scene));
+    const std::wstring written = logSince(mark);
+    EXPECT_LE(written.size(), 256u * 1024u + 300u);
+    EXPECT_TRUE(contains(written, L"Python script \"chatty\": the script's further log lines in this run are dropped"));
+}
+
 TEST(PythonDocs, EveryPythonExampleRunsInAFreshScene) {
     const std::string file = VELX_SOURCE_DIR "/docs/scripting.md";
     std::ifstream in(file);

@@ -1,6 +1,9 @@
 #define PY_SSIZE_T_CLEAN
 #include <Python.h>
 
+#include "PythonMemoryCap.h"
+#include "PythonSceneThreads.h"
+
 #include <velxcore/XActiveScene.h>
 #include <velxcore/XLog.h>
 #include <velxcore/XScriptFunctions.h>
@@ -8,6 +11,8 @@
 #include <velxcore/XPythonScript.h>
 #include <velxcore/XPythonVelxModule.h>
 #include <velxcore/XScene.h>
+#include <velxcore/XScriptBudget.h>
+#include <velxcore/XScriptLogAllowance.h>
 
 #include <veldatabase/Database.h>
 #include <velutils/StringUtils.h>
@@ -16,9 +21,11 @@
 #include <chrono>
 #include <cmath>
 #include <condition_variable>
+#include <cstring>
 #include <memory>
 #include <mutex>
 #include <thread>
+#include <vector>
 
 namespace VelX {
 
@@ -31,6 +38,10 @@ using Clock = std::chrono::steady_clock;
 constexpr double NoLimitAbove = 1e7;        // seconds; a larger budget is no limit
 constexpr double ReportBudget = 1.0;        // seconds for turning an exception into text
 constexpr auto RepeatStop = std::chrono::milliseconds(50);
+constexpr double MiB = 1024.0 * 1024.0;
+constexpr double StrayThreadWait = 2.0;  // seconds for threads a scene script left to stop
+// What a scene script may write to the log in one run.
+const XScriptLogAllowance::Limits SceneLogLimits{1000, 256 * 1024, 4096};
 const wchar_t* const DefaultName = L"Python script";
 
 // Python helpers, run once when the interpreter starts.
@@ -122,6 +133,29 @@ struct Guard {
 
 thread_local Guard* t_guard = nullptr;
 
+std::string s_memoryMessage;
+
+// Called by the memory cap when a run goes past it: the run stops as it does for time.
+void stopForMemory() {
+    if (!t_guard) return;
+    t_guard->message = s_memoryMessage;
+    t_guard->expired.store(true);
+}
+
+// A scene script's budget as velx sees it: the bytes it makes in the scene count against the memory
+// cap, and a stop already decided ends the velx call.
+class SceneRunBudget : public XScriptBudget {
+public:
+    void Charge(std::size_t bytes) override {
+        PythonMemoryCap::Charge(bytes);
+        CheckTime();
+    }
+    void CheckTime() override {
+        for (Guard* guard = t_guard; guard; guard = guard->outer)
+            if (guard->expired.load()) throw XScriptStop(guard->message);
+    }
+};
+
 std::wstring toWide(PyObject* text) {
     Py_ssize_t size = 0;
     wchar_t* wide = text ? PyUnicode_AsWideCharString(text, &size) : nullptr;
@@ -165,6 +199,8 @@ bool setUpHelpers(Interpreter& py) {
     }
     Py_DECREF(result);
     py.helpers = globals;
+    XPythonVelxModule::SetStopException(s_stopType);
+    if (!PythonSceneThreads::GuardThreadStarts()) XLog::Write(L"Python: scene scripts could not be kept from starting threads");
     return true;
 }
 
@@ -177,7 +213,7 @@ void start(Interpreter& py) {
         else
             py.ready = setUpHelpers(py);
         PyGILState_Release(gil);
-    } else if (!XPythonVelxModule::AddBuiltin()) {
+    } else if (PythonMemoryCap::Install(stopForMemory), !XPythonVelxModule::AddBuiltin()) {
         py.error = L"the velx module could not be added";
     } else {
         PyConfig config;
@@ -305,6 +341,7 @@ struct Outcome {
     PyObject* value = nullptr;
     PyObject* traceback = nullptr;
     bool expired = false;
+    std::string stopMessage;  // why the budget stopped the call, when it expired
 
     Outcome() = default;
     Outcome(const Outcome&) = delete;
@@ -349,6 +386,7 @@ void guardedCall(double seconds, Outcome& out, F&& call) {
     PyEval_SetTrace(anyLimited(t_guard) ? stopTrace : nullptr, nullptr);
     PyErr_Clear();
     out.expired = guard.expired.load();
+    if (out.expired) out.stopMessage = guard.message;
 }
 
 // The exception as its traceback text, with the script's lines.
@@ -442,10 +480,10 @@ void XPythonScript::Fail(const std::wstring& message) {
     XLog::Error(message);
 }
 
-bool XPythonScript::RunScript(const std::wstring& text) { return Run(text, DefaultName, m_scene); }
+bool XPythonScript::RunScript(const std::wstring& text) { return Run(text, DefaultName, m_scene, false); }
 
 bool XPythonScript::RunScript(const std::wstring& text, const std::wstring& scriptName) {
-    return Run(text, scriptName, m_scene);
+    return Run(text, scriptName, m_scene, false);
 }
 
 bool XPythonScript::RunSceneScript(const std::wstring& text, const std::wstring& scriptName, XScene& scene) {
@@ -457,7 +495,7 @@ bool XPythonScript::RunSceneScript(const std::wstring& text, const std::wstring&
         return false;
     }
     database.beginChangeBlock();
-    const bool succeeded = Run(text, name, &scene);
+    const bool succeeded = Run(text, name, &scene, true);
     if (succeeded) {
         while (database.blockDepth() > 1) database.endChangeBlock();
         if (database.blockDepth() == 1) database.endChangeBlock(StringUtils::toUtf8(name));
@@ -467,7 +505,11 @@ bool XPythonScript::RunSceneScript(const std::wstring& text, const std::wstring&
     return succeeded;
 }
 
-bool XPythonScript::Run(const std::wstring& text, const std::wstring& scriptName, XScene* scene) {
+std::size_t XPythonScript::MemoryBudget() const {
+    return m_memoryBudget ? *m_memoryBudget : XScriptLimits::Shared().memoryBudgetBytes;
+}
+
+bool XPythonScript::Run(const std::wstring& text, const std::wstring& scriptName, XScene* scene, bool sceneScript) {
     m_lastError.clear();
     const std::wstring name = scriptName.empty() ? DefaultName : scriptName;
     Interpreter& py = interpreter();
@@ -501,14 +543,40 @@ bool XPythonScript::Run(const std::wstring& text, const std::wstring& scriptName
         PyErr_Clear();
 
         Outcome outcome;
+        std::pair<int, int> strayThreads{0, 0};
         PyObject* code = Py_CompileStringObject(source.c_str(), fileName, Py_file_input, nullptr, -1);
         if (!code) {
             PyErr_Fetch(&outcome.type, &outcome.value, &outcome.traceback);
         } else {
-            XPythonVelxModule::RunState outer = XPythonVelxModule::Enter(scene);
+            // A scene script is held to the memory budget and the log allowance, with what it makes
+            // through velx counted, and may not start threads.
+            SceneRunBudget sceneBudget;
+            XScriptLogAllowance sceneLog;
+            if (sceneScript)
+                sceneLog.Start(SceneLogLimits, StringUtils::toUtf8(quoted(name)) + ": the script's further log lines in this run are dropped");
+            XPythonVelxModule::RunState outer =
+                XPythonVelxModule::Enter(scene, sceneScript ? &sceneBudget : nullptr, sceneScript ? &sceneLog : nullptr);
+            const unsigned long outerSceneThread = PythonSceneThreads::SceneScriptThread();
+            const std::string outerMemoryMessage = s_memoryMessage;
+            PythonMemoryCap::Saved outerCap{};
+            std::vector<unsigned long> threadsBefore;
+            if (sceneScript) {
+                threadsBefore = PythonSceneThreads::Running();
+                const std::size_t cap = MemoryBudget();
+                PythonSceneThreads::SetSceneScriptThread(PyThread_get_thread_ident());
+                s_memoryMessage = "script stopped: it used more than " +
+                                  StringUtils::formatNumber(static_cast<double>(cap) / MiB, 0, 2) + " MiB of memory";
+                outerCap = PythonMemoryCap::Begin(cap);
+            }
             const int recursionLimit = Py_GetRecursionLimit();
             if (s_runsUnderWay++ == 0) s_streams = new RedirectedStreams();
             guardedCall(budget, outcome, [&] { return PyEval_EvalCode(code, globals, globals); });
+            if (sceneScript) {
+                PythonMemoryCap::End(outerCap);
+                s_memoryMessage = outerMemoryMessage;
+                PythonSceneThreads::SetSceneScriptThread(outerSceneThread);
+                strayThreads = PythonSceneThreads::StopStartedSince(threadsBefore, StrayThreadWait, s_stopType);
+            }
             Py_DECREF(code);
             Py_SetRecursionLimit(recursionLimit);
             if (--s_runsUnderWay == 0) {
@@ -528,7 +596,7 @@ bool XPythonScript::Run(const std::wstring& text, const std::wstring& scriptName
         } else if (outcome.expired) {
             const long line = lastScriptLine(outcome.traceback, fileName);
             error = quoted(name) + (line ? L", line " + std::to_wstring(line) : L"") + L": " +
-                    StringUtils::toWide(stopMessage(budget));
+                    StringUtils::toWide(outcome.stopMessage);
         } else if (outcome.type && PyErr_GivenExceptionMatches(outcome.type, PyExc_SystemExit)) {
             PyErr_NormalizeException(&outcome.type, &outcome.value, &outcome.traceback);
             PyObject* status = outcome.value ? PyObject_GetAttrString(outcome.value, "code") : nullptr;
@@ -544,6 +612,14 @@ bool XPythonScript::Run(const std::wstring& text, const std::wstring& scriptName
             PyErr_Clear();
         } else {
             error = quoted(name) + L" failed:\n" + describe(outcome);
+        }
+        if (strayThreads.first > 0) {
+            if (succeeded) error = quoted(name) + L" failed";
+            succeeded = false;
+            error += L"\nIt started " + std::to_wstring(strayThreads.first) +
+                     L" thread(s), which scene scripts may not; they were stopped";
+            if (strayThreads.second > 0)
+                error += L" (" + std::to_wstring(strayThreads.second) + L" could not be: they run outside Python)";
         }
         PyObject* forgotten = PyObject_CallOneArg(helper("forget_source"), fileName);
         Py_XDECREF(forgotten);

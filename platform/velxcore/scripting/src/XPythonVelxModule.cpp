@@ -8,6 +8,8 @@
 #include <velxcore/XPythonVelxModule.h>
 #include <velxcore/XScene.h>
 #include <velxcore/XScriptApi.h>
+#include <velxcore/XScriptBudget.h>
+#include <velxcore/XScriptLogAllowance.h>
 
 #include <cmath>
 #include <limits>
@@ -20,6 +22,7 @@ namespace VelX {
 namespace {
 
 PyObject* s_error = nullptr;  // velx.Error
+PyObject* s_stop = nullptr;   // the runner's stop exception, which `except Exception` misses
 thread_local XPythonVelxModule::RunState t_state;
 
 constexpr int MaxNesting = 32;  // lists inside lists; a list holding itself must not recurse forever
@@ -27,6 +30,12 @@ constexpr int MaxNesting = 32;  // lists inside lists; a list holding itself mus
 XScene& runScene() {
     if (!t_state.active) throw XScriptError("velx can be used only by a running script, on the thread that runs it");
     return t_state.scene ? *t_state.scene : XActiveScene::Get();
+}
+
+// The operations of the run's scene, charged to the run's budget.
+XScriptApi api() {
+    XScene& scene = runScene();
+    return XScriptApi(scene, t_state.budget);
 }
 
 const char* typeName(PyObject* object) { return Py_TYPE(object)->tp_name; }
@@ -149,9 +158,13 @@ PyObject* fromString(const std::string& text) { return fromValue(db::Value(text)
 template <class F>
 PyObject* guarded(F&& operation) {
     try {
+        // A loop of velx calls may run few lines between them: check the clock here too.
+        if (t_state.active && t_state.budget) t_state.budget->CheckTime();
         return operation();
     } catch (const XScriptError& e) {
         PyErr_SetString(s_error, e.what());
+    } catch (const XScriptStop& e) {
+        PyErr_SetString(s_stop ? s_stop : s_error, e.what());
     } catch (const std::bad_alloc&) {
         PyErr_NoMemory();
     } catch (const std::exception& e) {
@@ -193,7 +206,7 @@ PyObject* velxFind(VELX_ARGS) {
     const char* path;
     if (!PyArg_ParseTupleAndKeywords(args, kwargs, "s:find", const_cast<char**>(keywords), &path)) return nullptr;
     return guarded([&]() -> PyObject* {
-        if (!XScriptApi(runScene()).exists(path)) Py_RETURN_NONE;
+        if (!api().exists(path)) Py_RETURN_NONE;
         return fromString(path);
     });
 }
@@ -202,7 +215,7 @@ PyObject* velxExists(VELX_ARGS) {
     VELX_KEYWORDS("path");
     const char* path;
     if (!PyArg_ParseTupleAndKeywords(args, kwargs, "s:exists", const_cast<char**>(keywords), &path)) return nullptr;
-    return guarded([&] { return PyBool_FromLong(XScriptApi(runScene()).exists(path)); });
+    return guarded([&] { return PyBool_FromLong(api().exists(path)); });
 }
 
 PyObject* velxFindByType(VELX_ARGS) {
@@ -211,21 +224,21 @@ PyObject* velxFindByType(VELX_ARGS) {
     int exact = 0;
     if (!PyArg_ParseTupleAndKeywords(args, kwargs, "s|p:find_by_type", const_cast<char**>(keywords), &type, &exact))
         return nullptr;
-    return guarded([&] { return stringList(XScriptApi(runScene()).findByType(type, exact != 0)); });
+    return guarded([&] { return stringList(api().findByType(type, exact != 0)); });
 }
 
 PyObject* velxChildren(VELX_ARGS) {
     VELX_KEYWORDS("path");
     const char* path = nullptr;
     if (!PyArg_ParseTupleAndKeywords(args, kwargs, "|z:children", const_cast<char**>(keywords), &path)) return nullptr;
-    return guarded([&] { return stringList(XScriptApi(runScene()).children(pathOrRoot(path))); });
+    return guarded([&] { return stringList(api().children(pathOrRoot(path))); });
 }
 
 PyObject* velxType(VELX_ARGS) {
     VELX_KEYWORDS("path");
     const char* path;
     if (!PyArg_ParseTupleAndKeywords(args, kwargs, "s:type", const_cast<char**>(keywords), &path)) return nullptr;
-    return guarded([&] { return fromString(XScriptApi(runScene()).typeOf(path)); });
+    return guarded([&] { return fromString(api().typeOf(path)); });
 }
 
 PyObject* velxCreate(VELX_ARGS) {
@@ -233,7 +246,7 @@ PyObject* velxCreate(VELX_ARGS) {
     const char *type, *name, *parent = nullptr;
     if (!PyArg_ParseTupleAndKeywords(args, kwargs, "ss|z:create", const_cast<char**>(keywords), &type, &name, &parent))
         return nullptr;
-    return guarded([&] { return fromString(XScriptApi(runScene()).create(type, name, pathOrRoot(parent))); });
+    return guarded([&] { return fromString(api().create(type, name, pathOrRoot(parent))); });
 }
 
 PyObject* velxDelete(VELX_ARGS) {
@@ -241,7 +254,7 @@ PyObject* velxDelete(VELX_ARGS) {
     const char* path;
     if (!PyArg_ParseTupleAndKeywords(args, kwargs, "s:delete", const_cast<char**>(keywords), &path)) return nullptr;
     return guarded([&] {
-        XScriptApi(runScene()).remove(path);
+        api().remove(path);
         Py_RETURN_NONE;
     });
 }
@@ -251,14 +264,14 @@ PyObject* velxReparent(VELX_ARGS) {
     const char *path, *parent;
     if (!PyArg_ParseTupleAndKeywords(args, kwargs, "sz:reparent", const_cast<char**>(keywords), &path, &parent))
         return nullptr;
-    return guarded([&] { return fromString(XScriptApi(runScene()).reparent(path, pathOrRoot(parent))); });
+    return guarded([&] { return fromString(api().reparent(path, pathOrRoot(parent))); });
 }
 
 PyObject* velxRename(VELX_ARGS) {
     VELX_KEYWORDS("path", "name");
     const char *path, *name;
     if (!PyArg_ParseTupleAndKeywords(args, kwargs, "ss:rename", const_cast<char**>(keywords), &path, &name)) return nullptr;
-    return guarded([&] { return fromString(XScriptApi(runScene()).rename(path, name)); });
+    return guarded([&] { return fromString(api().rename(path, name)); });
 }
 
 PyObject* velxSelect(VELX_ARGS) {
@@ -266,20 +279,20 @@ PyObject* velxSelect(VELX_ARGS) {
     PyObject* paths;
     if (!PyArg_ParseTupleAndKeywords(args, kwargs, "O:select", const_cast<char**>(keywords), &paths)) return nullptr;
     return guarded([&] {
-        XScriptApi(runScene()).select(pathsOf(paths));
+        api().select(pathsOf(paths));
         Py_RETURN_NONE;
     });
 }
 
 PyObject* velxSelection(PyObject*, PyObject*) {
-    return guarded([&] { return stringList(XScriptApi(runScene()).selection()); });
+    return guarded([&] { return stringList(api().selection()); });
 }
 
 PyObject* velxGet(VELX_ARGS) {
     VELX_KEYWORDS("path", "attribute");
     const char *path, *attribute;
     if (!PyArg_ParseTupleAndKeywords(args, kwargs, "ss:get", const_cast<char**>(keywords), &path, &attribute)) return nullptr;
-    return guarded([&] { return fromValue(XScriptApi(runScene()).get(path, attribute)); });
+    return guarded([&] { return fromValue(api().get(path, attribute)); });
 }
 
 PyObject* velxSet(VELX_ARGS) {
@@ -289,7 +302,7 @@ PyObject* velxSet(VELX_ARGS) {
     if (!PyArg_ParseTupleAndKeywords(args, kwargs, "ssO:set", const_cast<char**>(keywords), &path, &attribute, &value))
         return nullptr;
     return guarded([&] {
-        XScriptApi(runScene()).set(path, attribute, toValue(value));
+        api().set(path, attribute, toValue(value));
         Py_RETURN_NONE;
     });
 }
@@ -298,7 +311,7 @@ PyObject* velxAttributes(VELX_ARGS) {
     VELX_KEYWORDS("path");
     const char* path;
     if (!PyArg_ParseTupleAndKeywords(args, kwargs, "s:attributes", const_cast<char**>(keywords), &path)) return nullptr;
-    return guarded([&] { return stringList(XScriptApi(runScene()).attributes(path)); });
+    return guarded([&] { return stringList(api().attributes(path)); });
 }
 
 PyObject* velxConnect(VELX_ARGS) {
@@ -307,7 +320,7 @@ PyObject* velxConnect(VELX_ARGS) {
     if (!PyArg_ParseTupleAndKeywords(args, kwargs, "ss:connect", const_cast<char**>(keywords), &source, &destination))
         return nullptr;
     return guarded([&] {
-        XScriptApi(runScene()).connect(source, destination);
+        api().connect(source, destination);
         Py_RETURN_NONE;
     });
 }
@@ -318,7 +331,7 @@ PyObject* velxDisconnect(VELX_ARGS) {
     if (!PyArg_ParseTupleAndKeywords(args, kwargs, "s:disconnect", const_cast<char**>(keywords), &destination))
         return nullptr;
     return guarded([&] {
-        XScriptApi(runScene()).disconnect(destination);
+        api().disconnect(destination);
         Py_RETURN_NONE;
     });
 }
@@ -331,7 +344,7 @@ PyObject* velxSetKey(VELX_ARGS) {
                                      &frame, &value))
         return nullptr;
     return guarded([&] {
-        XScriptApi(runScene()).setKey(path, attribute, numberOrNone(frame, "frame"), numberOrNone(value, "value"));
+        api().setKey(path, attribute, numberOrNone(frame, "frame"), numberOrNone(value, "value"));
         Py_RETURN_NONE;
     });
 }
@@ -342,13 +355,13 @@ PyObject* velxClearKeys(VELX_ARGS) {
     if (!PyArg_ParseTupleAndKeywords(args, kwargs, "ss:clear_keys", const_cast<char**>(keywords), &path, &attribute))
         return nullptr;
     return guarded([&] {
-        XScriptApi(runScene()).clearKeys(path, attribute);
+        api().clearKeys(path, attribute);
         Py_RETURN_NONE;
     });
 }
 
 PyObject* velxFrame(PyObject*, PyObject*) {
-    return guarded([&] { return PyFloat_FromDouble(XScriptApi(runScene()).frame()); });
+    return guarded([&] { return PyFloat_FromDouble(api().frame()); });
 }
 
 PyObject* velxSetFrame(VELX_ARGS) {
@@ -356,7 +369,7 @@ PyObject* velxSetFrame(VELX_ARGS) {
     double frame;
     if (!PyArg_ParseTupleAndKeywords(args, kwargs, "d:set_frame", const_cast<char**>(keywords), &frame)) return nullptr;
     return guarded([&] {
-        XScriptApi(runScene()).setFrame(frame);
+        api().setFrame(frame);
         Py_RETURN_NONE;
     });
 }
@@ -386,11 +399,11 @@ PyObject* velxEndBlock(VELX_ARGS) {
 }
 
 PyObject* velxUndo(PyObject*, PyObject*) {
-    return guarded([&] { return PyBool_FromLong(XScriptApi(runScene()).undo()); });
+    return guarded([&] { return PyBool_FromLong(api().undo()); });
 }
 
 PyObject* velxRedo(PyObject*, PyObject*) {
-    return guarded([&] { return PyBool_FromLong(XScriptApi(runScene()).redo()); });
+    return guarded([&] { return PyBool_FromLong(api().redo()); });
 }
 
 PyObject* velxLog(PyObject*, PyObject* text) {
@@ -400,7 +413,14 @@ PyObject* velxLog(PyObject*, PyObject* text) {
         Py_ssize_t size = 0;
         const char* utf8 = PyUnicode_AsUTF8AndSize(string, &size);
         if (!utf8) return nullptr;
-        XScriptApi(runScene()).log(std::string(utf8, static_cast<std::size_t>(size)));
+        const std::string line(utf8, static_cast<std::size_t>(size));
+        if (!t_state.log) {
+            api().log(line);
+        } else if (!t_state.log->IsUsedUp()) {
+            runScene();
+            if (t_state.budget) t_state.budget->Charge(line.size());
+            t_state.log->Write(line);
+        }
         Py_RETURN_NONE;
     });
     Py_DECREF(string);
@@ -564,9 +584,11 @@ bool XPythonVelxModule::InstallInRunningInterpreter() {
     return added;
 }
 
-XPythonVelxModule::RunState XPythonVelxModule::Enter(XScene* scene) {
+void XPythonVelxModule::SetStopException(PyObject* type) { s_stop = type; }
+
+XPythonVelxModule::RunState XPythonVelxModule::Enter(XScene* scene, XScriptBudget* budget, XScriptLogAllowance* log) {
     RunState outer = std::move(t_state);
-    t_state = RunState{true, scene, {}};
+    t_state = RunState{true, scene, {}, budget, log};
     return outer;
 }
 

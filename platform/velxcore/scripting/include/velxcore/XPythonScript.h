@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 
@@ -29,7 +30,14 @@ class XScene;
 // "script stopped: it ran longer than N s (the time budget in the settings)". The script cannot
 // catch the stop for good: it is raised again on every line the script reaches until the script
 // has unwound. A call into a built-in that never returns to Python code (time.sleep,
-// sum(range(10**12))) is stopped only when it returns; threads a script starts are not stopped.
+// sum(range(10**12))) is stopped only when it returns.
+//
+// Scene scripts (RunSceneScript) are held to more: a memory budget over the interpreter's
+// allocations during the run and what the script makes in the scene through velx (stopped as for
+// time, with "script stopped: it used more than N MiB of memory"), a log allowance of 1,000 lines
+// and 256 KiB, and no threads: starting one is refused, and threads started in spite of that fail
+// the run and are stopped before it returns. None of this is a sandbox: a scene script runs with
+// the user's rights and can reach the whole system.
 //
 // Runs may nest (a plug-in function a script calls may run another script). Call from the thread
 // that owns the scene.
@@ -52,6 +60,12 @@ public:
     void UseApplicationTimeBudget() { m_timeBudget.reset(); }
     double TimeBudget() const;
 
+    // The memory budget of scene scripts in bytes; by default the application's
+    // ScriptLimits().memoryBudgetBytes at the time of the run. Counted are the interpreter's
+    // allocations during the run and what the script makes in the scene through velx.
+    void SetMemoryBudget(std::size_t bytes) { m_memoryBudget = bytes; }
+    std::size_t MemoryBudget() const;
+
     // The scene velx works on in RunScript; by default (nullptr) the application's active scene at
     // the time of each call.
     void BindScene(XScene* scene) { m_scene = scene; }
@@ -65,10 +79,11 @@ public:
     static bool IsAvailable();
 
 private:
-    bool Run(const std::wstring& text, const std::wstring& scriptName, XScene* scene);
+    bool Run(const std::wstring& text, const std::wstring& scriptName, XScene* scene, bool sceneScript);
     void Fail(const std::wstring& message);
 
     std::optional<double> m_timeBudget;
+    std::optional<std::size_t> m_memoryBudget;
     XScene* m_scene = nullptr;
     std::wstring m_lastError;
 };

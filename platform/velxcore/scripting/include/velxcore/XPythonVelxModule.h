@@ -2,9 +2,13 @@
 
 #include <vector>
 
+typedef struct _object PyObject;
+
 namespace VelX {
 
 class XScene;
+class XScriptBudget;
+class XScriptLogAllowance;
 
 // The `velx` module of embedded Python: the scene operations of XScriptApi and the plug-in
 // functions of XScriptFunctions::Shared() (as velx.<name> and velx.call(name, ...)).
@@ -21,6 +25,8 @@ public:
         bool active = false;
         XScene* scene = nullptr;             // nullptr: the active scene
         std::vector<XScene*> openBlocks;     // begin_block calls not yet ended, innermost last
+        XScriptBudget* budget = nullptr;     // what the scene operations charge; none when nullptr
+        XScriptLogAllowance* log = nullptr;  // what velx.log and print may write; no limit when nullptr
     };
 
     // Adds the module to the interpreter's built-ins; only before the interpreter starts.
@@ -28,8 +34,11 @@ public:
     // Puts the module into sys.modules of an interpreter started by other code (GIL held).
     static bool InstallInRunningInterpreter();
 
+    // The exception a budget stop inside a velx call raises (the runner's, not an Exception).
+    static void SetStopException(PyObject* type);
+
     // Marks a run on the calling thread (GIL held).
-    static RunState Enter(XScene* scene);
+    static RunState Enter(XScene* scene, XScriptBudget* budget = nullptr, XScriptLogAllowance* log = nullptr);
     // Ends the calling thread's run and restores the outer one. Returns the scenes of the blocks the
     // script began and never ended, innermost first: the caller closes them.
     static std::vector<XScene*> Leave(RunState outer);
