@@ -10,6 +10,7 @@
 #include <orkacore/Logger.h>
 #include <velwidgets/AppMainLoop.h>
 #include <velxcore/XApplication.h>
+#include <velxcore/XPluginManager.h>
 #include <velxcore/XDatabase.h>
 #include <velxcore/XDemoScene.h>
 #include <velxcore/XLuaScript.h>
@@ -51,6 +52,9 @@ bool StudioApp::OnInit() {
     VelX::XDemoScene::build(scene);
     m_logger->information(wxString::Format("VelX Studio started with the demo scene (%zu objects).",
                                            scene.Database().ObjectCount()));
+    // Plug-ins join before the menus are made, so that their object types can be created; what
+    // could not be loaded is in the log with the reason.
+    VelX::XApplication::Instance().PluginManager().LoadAtStart();
 
     StudioFrame::Options frameOptions;
     // A screenshot shows the default layout and leaves the user's layout and autosave alone.

@@ -235,6 +235,53 @@ TEST_F(PluginManagerTest, FindsSharedObjectsInFoldersAndThePluginPath) {
     EXPECT_TRUE(manager().IsLoaded(static_cast<unsigned>(manager().Find(wide(VELX_SAMPLE_PLUGIN)))));
 }
 
+TEST_F(PluginManagerTest, AtStartTheFoldersPluginsLoadUnlessTheListSaysNotAndFailuresAreLogged) {
+    const fs::path folder = root / "plugins";
+    fs::create_directories(folder);
+    fs::create_symlink(VELX_SAMPLE_PLUGIN, folder / "springs.so");
+    fs::create_symlink(VELX_WRONG_VERSION_PLUGIN, folder / "old.so");
+    fs::create_symlink(VELX_FAILING_PLUGIN, folder / "failing.so");
+    XSettings& settings = XApplication::Instance().Settings();
+    settings.PluginFolders().SetArraySize(1);
+    settings.PluginFolders().Attribute(0).SetString(wide(folder));
+    // The user turned one off; it is still listed.
+    const unsigned failing = add((folder / "failing.so").string());
+    ASSERT_TRUE(manager().SetLoadOnStartup(failing, false));
+
+    EXPECT_EQ(manager().LoadAtStart(), 1u);
+    EXPECT_TRUE(manager().IsLoaded(static_cast<unsigned>(manager().Find(wide(folder / "springs.so")))));
+    const int old = manager().Find(wide(folder / "old.so"));
+    ASSERT_GE(old, 0);
+    EXPECT_FALSE(manager().IsLoaded(static_cast<unsigned>(old)));
+    EXPECT_FALSE(manager().Error(static_cast<unsigned>(old)).empty());
+    EXPECT_FALSE(manager().IsLoaded(static_cast<unsigned>(manager().Find(wide(folder / "failing.so")))));
+    EXPECT_TRUE(loggedSince(logStart, {L"wrongversion.so' was not loaded: it was built for plug-in interface version 99"}));
+    EXPECT_TRUE(loggedSince(logStart, {L"Plug-ins: 1 loaded, 1 failed, 1 not chosen to load at start."}));
+}
+
+TEST(VelxSceneTool, LoadsTheNamedPluginFirstAndFailsWithTheReasonWhenItCannot) {
+    char pattern[] = "/tmp/velx-scene-tool-XXXXXX";
+    ASSERT_NE(::mkdtemp(pattern), nullptr);
+    const std::string folder = pattern;
+    auto run = [&](const std::string& arguments, std::string& output) {
+        const std::string command = "XDG_CONFIG_HOME=" + folder + " " + VELX_SCENE_EXE + " " + arguments + " --out " +
+                                    folder + "/scene.json 2>&1";
+        FILE* pipe = ::popen(command.c_str(), "r");
+        char buffer[4096];
+        output.clear();
+        while (pipe && std::fgets(buffer, sizeof buffer, pipe)) output += buffer;
+        return pipe ? WEXITSTATUS(::pclose(pipe)) : -1;
+    };
+    std::string output;
+    EXPECT_EQ(run(std::string("--plugin ") + VELX_SAMPLE_PLUGIN, output), 0) << output;
+    EXPECT_NE(output.find("loaded: Sample Springs"), std::string::npos) << output;
+    EXPECT_EQ(run(std::string("--plugin ") + VELX_WRONG_VERSION_PLUGIN, output), 1);
+    EXPECT_NE(output.find("was not loaded"), std::string::npos) << output;
+    EXPECT_EQ(output.find("Demo scene"), std::string::npos) << "nothing runs after a plug-in failed";
+    std::error_code ignored;
+    fs::remove_all(folder, ignored);
+}
+
 TEST_F(PluginManagerTest, StartupChoiceIsKeptInTheSettings) {
     const unsigned i = add(VELX_SAMPLE_PLUGIN);
     EXPECT_FALSE(manager().LoadOnStartup(i));

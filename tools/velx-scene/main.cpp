@@ -1,8 +1,11 @@
 // velx-scene: builds the demo scene, prints its hierarchy, saves it, loads it back into a second
-// scene and reports whether both agree.
+// scene and reports whether both agree; or trusts the scripts of a scene file. Plug-ins load first:
+// those of the plug-in folders and settings, and each one named with --plugin.
 #include <velxcore/XApplication.h>
 #include <velxcore/XAttribute.h>
 #include <velxcore/XDemoScene.h>
+#include <velxcore/XLog.h>
+#include <velxcore/XPluginManager.h>
 #include <velxcore/XScene.h>
 #include <velxcore/XSceneFile.h>
 #include <velxcore/XSimulation.h>
@@ -14,6 +17,7 @@
 #include <cstdlib>
 #include <iostream>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -39,13 +43,28 @@ void print(const VelX::XObject& o, int depth) {
 }
 
 int usage() {
-    std::cerr << "usage: velx-scene [--out FILE]\n"
+    std::cerr << "usage: velx-scene [--plugin PATH]... [--out FILE]\n"
                  "  Builds the demo scene, prints it, saves it to FILE (default: velx-demo-scene.json in the\n"
                  "  temporary folder), loads it back and checks that both scenes agree.\n"
-                 "usage: velx-scene --trust FILE\n"
+                 "usage: velx-scene [--plugin PATH]... --trust FILE\n"
                  "  Trusts the simulation scripts inside the scene FILE as they are now, so that they run\n"
-                 "  when the scene is played. A changed script must be trusted again.\n";
+                 "  when the scene is played. A changed script must be trusted again.\n"
+                 "--plugin PATH loads the plug-in (a shared object) before anything else, besides the\n"
+                 "plug-ins of the plug-in folders; the log goes to the standard error.\n";
     return 2;
+}
+
+// The plug-ins of the folders and settings, then those named on the command line; false when one
+// of those could not be loaded (the log says why).
+bool loadPlugins(const std::vector<std::string>& named) {
+    VelX::XPluginManager& plugins = VelX::XApplication::Instance().PluginManager();
+    plugins.LoadAtStart();
+    bool loaded = true;
+    for (const std::string& path : named) {
+        const unsigned index = plugins.AddPlugin(StringUtils::toWide(path));
+        loaded = index < plugins.PluginCount() && plugins.LoadPlugin(index) && loaded;
+    }
+    return loaded;
 }
 
 }  // namespace
@@ -64,14 +83,21 @@ int trust(const std::string& file) {
 }
 
 int main(int argc, char** argv) {
-    if (argc == 3 && std::string(argv[1]) == "--trust") return trust(argv[2]);
+    VelX::XApplication::Instance().SetLogSink(
+        [](const std::wstring& line, VelX::XLog::Level) { std::cerr << utf8(line) << '\n'; });
     const char* tmp = std::getenv("TMPDIR");
     std::string out = std::string(tmp && *tmp ? tmp : "/tmp") + "/velx-demo-scene.json";
+    std::string trusted;
+    std::vector<std::string> plugins;
     for (int i = 1; i < argc; ++i) {
         std::string arg = argv[i];
         if (arg == "--out" && i + 1 < argc) out = argv[++i];
+        else if (arg == "--trust" && i + 1 < argc) trusted = argv[++i];
+        else if (arg == "--plugin" && i + 1 < argc) plugins.push_back(argv[++i]);
         else return usage();
     }
+    if (!loadPlugins(plugins)) return 1;
+    if (!trusted.empty()) return trust(trusted);
 
     VelX::XScene& scene = VelX::XApplication::Instance().ActiveScene();
     VelX::XDemoScene::build(scene);

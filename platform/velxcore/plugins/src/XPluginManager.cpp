@@ -197,6 +197,27 @@ unsigned XPluginManager::LoadStartupPlugins() {
     return count;
 }
 
+unsigned XPluginManager::LoadAtStart() {
+    std::lock_guard<std::recursive_mutex> lock(m_mutex);
+    Refresh();
+    const auto entries = XPluginSearch::Entries(m_settings);
+    unsigned loaded = 0, failed = 0;
+    for (const auto& plugin : m_plugins) {
+        // A listed plug-in follows its choice; one found in a plug-in folder is installed by being there.
+        bool wanted = true;
+        for (const auto& [path, load] : entries)
+            if (XPluginSearch::Normalise(path) == plugin->filename) wanted = load;
+        if (!wanted) continue;
+        if (plugin->handle || load(*plugin)) ++loaded;
+        else ++failed;
+    }
+    notify();
+    if (!m_plugins.empty())
+        log("Plug-ins: " + std::to_string(loaded) + " loaded, " + std::to_string(failed) + " failed, " +
+            std::to_string(m_plugins.size() - loaded - failed) + " not chosen to load at start.");
+    return loaded;
+}
+
 bool XPluginManager::refuse(Plugin& plugin, void* handle, const std::string& reason) {
     plugin.error = reason;
     plugin.session.reset();

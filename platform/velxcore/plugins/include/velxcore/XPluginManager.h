@@ -57,6 +57,11 @@ public:
     bool UnloadPlugin(unsigned index);
     // Loads every plug-in marked to load on start-up; returns how many are loaded now.
     unsigned LoadStartupPlugins();
+    // What the application does at start: looks for plug-ins, then loads each one found in a
+    // plug-in folder (unless the settings' list says not to load it at start-up) and each listed
+    // one marked to load; failures are logged with the file and the reason, and one line sums up.
+    // Returns how many are loaded.
+    unsigned LoadAtStart();
 
     // A recursive lock: the same thread may take it again.
     void Lock() { m_mutex.lock(); }
