@@ -323,6 +323,7 @@ void Database::reset() {
     Node* root = node(RootId);
     root->m_children.clear();
     root->m_connections = 0;
+    root->m_inputs = 0;
     root->m_selected = false;
     m_liveCount = 1;
     m_timeKey = AttrKey{};

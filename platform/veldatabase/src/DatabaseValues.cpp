@@ -62,7 +62,9 @@ Value Database::value(const AttrKey& key) const {
         n->m_hasCache = true;
         return m_cache.emplace(key, std::move(v)).first->second;
     }
-    if (n->m_connections > 0) {
+    // Only a node with inputs can have a value that comes from elsewhere: a node that only drives
+    // others (an animation curve) reads its own values without looking its inputs up.
+    if (n->m_inputs > 0) {
         auto in = m_inputs.find(key);
         if (in != m_inputs.end()) {
             if (isMessageKey(in->second)) return Value(static_cast<std::int32_t>(in->second.node));
@@ -79,14 +81,14 @@ Value Database::value(const AttrKey& key) const {
         for (int c = 0; c < info.childCount; ++c) fields.push_back(value(AttrKey{key.node, info.firstChild + c}));
         return Value(std::move(fields));
     }
-    if (key.element >= 0 && key.child < 0 && !def->children.empty() && n->m_connections > 0) {
+    if (key.element >= 0 && key.child < 0 && !def->children.empty() && n->m_inputs > 0) {
         // A compound element reads each field through its own input.
         ValueList fields;
         for (int c = 0; c < static_cast<int>(def->children.size()); ++c)
             fields.push_back(value(key.withElement(key.element, c)));
         return Value(std::move(fields));
     }
-    if (isArrayKey(key) && n->m_connections > 0) {
+    if (isArrayKey(key) && n->m_inputs > 0) {
         ValueList list = storedValue(key).get<ValueList>();
         for (std::size_t e = 0; e < list.size(); ++e) list[e] = value(key.withElement(static_cast<int>(e)));
         return Value(std::move(list));
@@ -417,13 +419,13 @@ void Database::upstream(const AttrKey& key, std::vector<AttrKey>& out) const {
     if (!n || !def) return;
     auto in = m_inputs.find(key);
     if (in != m_inputs.end() && !isMessageKey(in->second)) out.push_back(in->second);
-    if (isArrayKey(key) && n->m_connections > 0) {
+    if (isArrayKey(key) && n->m_inputs > 0) {
         for (int e = 0; e < arraySize(key); ++e) {
             out.push_back(key.withElement(e));
             for (int c = 0; c < static_cast<int>(def->children.size()); ++c) out.push_back(key.withElement(e, c));
         }
     }
-    if (key.element >= 0 && key.child < 0 && n->m_connections > 0) {
+    if (key.element >= 0 && key.child < 0 && n->m_inputs > 0) {
         for (int c = 0; c < static_cast<int>(def->children.size()); ++c) out.push_back(key.withElement(key.element, c));
     }
     if (!n->isCustomSlot(key.slot) && key.element < 0 && def->type == ValueType::Compound && !def->isArray) {
@@ -523,6 +525,7 @@ void Database::doConnect(const AttrKey& source, const AttrKey& destination) {
     m_outputs[source].push_back(destination);
     ++node(source.node)->m_connections;
     ++node(destination.node)->m_connections;
+    ++node(destination.node)->m_inputs;
     if (m_recording) m_open->change->recordConnection(true, isMessageKey(source));
     markDirty(destination);
 }
@@ -539,7 +542,10 @@ void Database::doDisconnect(const AttrKey& destination) {
         if (list.empty()) m_outputs.erase(out);
     }
     if (Node* s = node(source.node)) --s->m_connections;
-    if (Node* d = node(destination.node)) --d->m_connections;
+    if (Node* d = node(destination.node)) {
+        --d->m_connections;
+        --d->m_inputs;
+    }
     if (m_recording) m_open->change->recordConnection(false, isMessageKey(source));
     markDirty(destination);
 }

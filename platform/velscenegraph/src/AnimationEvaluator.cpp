@@ -18,8 +18,15 @@ AnimationCurve AnimationEvaluator::curve(const db::Database& database, int anima
     const db::NodeDef& def = n->def();
     auto slot = [&](int index) { return db::AttrKey{animationNode, def.topLevelSlot(index)}; };
     std::vector<CurveKey> keys;
-    db::Value list = database.value(slot(Index::AnimKeys));
-    if (const db::ValueList* elements = list.tryGet<db::ValueList>()) {
+    // Keys nothing drives are read where they are stored, without copying the list.
+    db::Value list;
+    const db::ValueList* elements = n->inputCount() == 0 ? n->array(slot(Index::AnimKeys).slot) : nullptr;
+    if (!elements) {
+        list = database.value(slot(Index::AnimKeys));
+        elements = list.tryGet<db::ValueList>();
+    }
+    if (elements) {
+        keys.reserve(elements->size());
         for (const db::Value& element : *elements) {
             const db::ValueList* f = element.tryGet<db::ValueList>();
             if (!f || f->size() < 6) continue;

@@ -46,6 +46,8 @@ public:
 
     bool isSelected() const { return m_selected; }
     int connectionCount() const { return m_connections; }
+    // Connections that drive attributes of this node; without any, its values are its stored ones.
+    int inputCount() const { return m_inputs; }
 
 private:
     friend class Database;
@@ -64,6 +66,7 @@ private:
     unsigned char* m_data = nullptr;
     std::unique_ptr<CustomAttributes> m_custom;
     int m_connections = 0;
+    int m_inputs = 0;  // of m_connections, those that drive an attribute of this node
     bool m_selected = false;
     mutable bool m_hasCache = false;
 };
