@@ -47,24 +47,28 @@ bool PythonSceneThreads::GuardThreadStarts() {
     return ok;
 }
 
-std::vector<unsigned long> PythonSceneThreads::Running() {
-    std::vector<unsigned long> ids;
+std::vector<const void*> PythonSceneThreads::Running() {
+    std::vector<const void*> states;
     for (PyThreadState* t = PyInterpreterState_ThreadHead(PyInterpreterState_Get()); t; t = PyThreadState_Next(t))
-        ids.push_back(t->thread_id);
-    return ids;
+        states.push_back(t);
+    return states;
 }
 
-std::pair<int, int> PythonSceneThreads::StopStartedSince(const std::vector<unsigned long>& before, double seconds,
+std::pair<int, int> PythonSceneThreads::StopStartedSince(const std::vector<const void*>& before, double seconds,
                                                          PyObject* stop) {
     const auto deadline = Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
+    const unsigned long self = PyThread_get_thread_ident();
     int found = -1;
     for (;;) {
-        std::vector<unsigned long> started;
-        for (unsigned long id : Running())
-            if (std::find(before.begin(), before.end(), id) == before.end()) started.push_back(id);
+        std::vector<PyThreadState*> started;
+        for (PyThreadState* t = PyInterpreterState_ThreadHead(PyInterpreterState_Get()); t; t = PyThreadState_Next(t))
+            if (std::find(before.begin(), before.end(), t) == before.end()) started.push_back(t);
         if (found < 0) found = static_cast<int>(started.size());
         if (started.empty() || Clock::now() >= deadline) return {found, static_cast<int>(started.size())};
-        for (unsigned long id : started) PyThreadState_SetAsyncExc(id, stop);
+        // A thread's state exists from the moment it is started; it carries the thread's id only once
+        // the thread runs, and only then can the stop be raised in it.
+        for (PyThreadState* t : started)
+            if (t->thread_id != 0 && t->thread_id != self) PyThreadState_SetAsyncExc(t->thread_id, stop);
         Py_BEGIN_ALLOW_THREADS
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
         Py_END_ALLOW_THREADS

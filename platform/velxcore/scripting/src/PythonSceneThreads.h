@@ -19,12 +19,12 @@ public:
     static void SetSceneScriptThread(unsigned long id);
     static unsigned long SceneScriptThread();
 
-    // The ids of the interpreter's threads that run Python.
-    static std::vector<unsigned long> Running();
+    // The interpreter's thread states (one per thread that runs Python, or is about to).
+    static std::vector<const void*> Running();
     // Raises `stop` in every thread started since `before` until they end or the seconds pass.
     // Returns how many there were and how many are left (blocked outside Python, they see the stop
     // only when they return to it).
-    static std::pair<int, int> StopStartedSince(const std::vector<unsigned long>& before, double seconds, PyObject* stop);
+    static std::pair<int, int> StopStartedSince(const std::vector<const void*>& before, double seconds, PyObject* stop);
 };
 
 }  // namespace VelX

@@ -559,7 +559,7 @@ bool XPythonScript::Run(const std::wstring& text, const std::wstring& scriptName
             const unsigned long outerSceneThread = PythonSceneThreads::SceneScriptThread();
             const std::string outerMemoryMessage = s_memoryMessage;
             PythonMemoryCap::Saved outerCap{};
-            std::vector<unsigned long> threadsBefore;
+            std::vector<const void*> threadsBefore;
             if (sceneScript) {
                 threadsBefore = PythonSceneThreads::Running();
                 const std::size_t cap = MemoryBudget();
