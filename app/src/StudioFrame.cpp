@@ -51,6 +51,7 @@ StudioFrame::StudioFrame(VelX::XScene& scene, Orka::Logger& logger, const Option
       m_playId(wxNewId()),
       m_stopId(wxNewId()),
       m_stepId(wxNewId()),
+      m_startId(wxNewId()),
       m_trustId(wxNewId()),
       m_duplicateId(wxNewId()),
       m_parentId(wxNewId()),
@@ -144,6 +145,8 @@ void StudioFrame::buildMenus() {
     playback->Append(m_playId, "&Play\tF5", "Run the simulation from the current frame");
     playback->Append(m_stopId, "&Stop\tShift+F5", "Stop the simulation");
     playback->Append(m_stepId, "Step &Forward\tF6", "Advance one frame");
+    playback->Append(m_startId, "Go to &Start\tShift+F6",
+                     "Back to the first frame with the scene as it was before the simulation started");
     playback->AppendSeparator();
     playback->Append(m_trustId, "&Trust Scene Scripts...", "Let the scripts inside this scene file run");
 
@@ -181,6 +184,7 @@ void StudioFrame::buildMenus() {
     Bind(wxEVT_MENU, &StudioFrame::onPlay, this, m_playId);
     Bind(wxEVT_MENU, &StudioFrame::onStop, this, m_stopId);
     Bind(wxEVT_MENU, &StudioFrame::onStep, this, m_stepId);
+    Bind(wxEVT_MENU, &StudioFrame::onGoToStart, this, m_startId);
     Bind(wxEVT_MENU, &StudioFrame::onTrustScripts, this, m_trustId);
     Bind(wxEVT_MENU, &StudioFrame::onScheme, this, m_lightSchemeId);
     Bind(wxEVT_MENU, &StudioFrame::onScheme, this, m_darkSchemeId);
@@ -503,6 +507,7 @@ void StudioFrame::onRedo(wxCommandEvent&) {
 void StudioFrame::onPlay(wxCommandEvent&) { Play(); }
 void StudioFrame::onStop(wxCommandEvent&) { StopPlayback(); }
 void StudioFrame::onStep(wxCommandEvent&) { StepFrame(); }
+void StudioFrame::onGoToStart(wxCommandEvent&) { GoToStart(); }
 
 void StudioFrame::onScheme(wxCommandEvent& event) {
     const bool dark = event.GetId() == m_darkSchemeId;

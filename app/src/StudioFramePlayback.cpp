@@ -55,6 +55,15 @@ void StudioFrame::StepFrame() {
     settings.SetFrame(next);
 }
 
+void StudioFrame::GoToStart() {
+    const bool wasPlaying = m_scene.Simulation().IsPlaying();
+    StopPlayback();  // puts back what the simulation changed
+    VelX::XSceneSettings settings = m_scene.SceneSettings();
+    if (!settings.IsValid()) return;
+    settings.SetFrame(settings.PlaybackStartFrame());
+    if (wasPlaying) Play();
+}
+
 void StudioFrame::onPlaybackTimer(wxTimerEvent&) {
     VelX::XSimulation& simulation = m_scene.Simulation();
     if (!simulation.IsPlaying() || !simulation.Step() || !simulation.IsPlaying()) {

@@ -55,6 +55,33 @@ TEST_F(StudioFixture, PlayingAndStoppingFromTheKeyboardLeaveNoEditBehind) {
         << "the overview still says playing after Stop";
 }
 
+TEST_F(StudioFixture, GoingToTheStartPutsTheSceneBackAndPlaysOnFromThere) {
+    VelX::XAttribute rotateY = scene().Database().Object(L"Hero/Hips").Attribute(L"rotateY");
+    const float rotationBefore = rotateY.Float();
+    VelX::XSceneSettings settings = scene().SceneSettings();
+    const float start = settings.PlaybackStartFrame();
+    settings.SetFrame(start + 20.0f);
+
+    focusFrame();
+    wxUIActionSimulator keys;
+    keys.Char(WXK_F5);
+    ASSERT_TRUE(GuiTest::waitUntil([&] { return settings.Frame() >= start + 24.0f; })) << "F5 did not play";
+    keys.Char(WXK_F6, wxMOD_SHIFT);
+    ASSERT_TRUE(GuiTest::waitUntil([&] { return settings.Frame() < start + 20.0f; })) << "Shift+F6 did not go to the start";
+    EXPECT_TRUE(scene().Simulation().IsPlaying()) << "playing goes on from the start";
+    m_frame->StopPlayback();
+    EXPECT_FLOAT_EQ(rotateY.Float(), rotationBefore) << "the simulation's changes stayed";
+    EXPECT_FALSE(scene().Database().CanUndo()) << scene().Database().UndoName();
+    EXPECT_FALSE(m_frame->HasUnsavedChanges());
+
+    // Stopped, it only moves the time.
+    settings.SetFrame(start + 7.0f);
+    keys.Char(WXK_F6, wxMOD_SHIFT);
+    ASSERT_TRUE(GuiTest::waitUntil([&] { return settings.Frame() == start; }));
+    EXPECT_FALSE(scene().Simulation().IsPlaying());
+    EXPECT_FALSE(scene().Database().CanUndo());
+}
+
 TEST_F(StudioFixture, AnUntrustedScenePlaysItsKeyframesAndSaysItSkipsTheScripts) {
     const wxString path = wxFileName(wxFileName::GetTempDir(),
                                      wxString::Format("velx-playback-%lu.velx", wxGetProcessId()))

@@ -67,6 +67,9 @@ public:
     void Play();
     void StopPlayback();
     void StepFrame();
+    // Back to the first frame of the playback range with the scene as it was before the simulation
+    // started; a playing simulation starts again from there.
+    void GoToStart();
 
     Orka::LayoutManager& PaneLayout() { return *m_layout; }
     SceneAutosave* Autosave() { return m_autosave.get(); }
@@ -127,6 +130,7 @@ private:
     void onPlay(wxCommandEvent&);
     void onStop(wxCommandEvent&);
     void onStep(wxCommandEvent&);
+    void onGoToStart(wxCommandEvent&);
     void onTrustScripts(wxCommandEvent&);
     void onScheme(wxCommandEvent& event);
     void onWindowItem(wxCommandEvent& event);
@@ -155,6 +159,7 @@ private:
     const int m_playId;
     const int m_stopId;
     const int m_stepId;
+    const int m_startId;
     const int m_trustId;
     const int m_duplicateId;
     const int m_parentId;
