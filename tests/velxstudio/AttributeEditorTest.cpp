@@ -10,6 +10,7 @@
 #include <velxui/XAttributeListControl.h>
 #include <velxui/XAttributeListTitle.h>
 #include <velxui/XAttributeSource.h>
+#include <velxui/XSceneExplorer.h>
 
 #include <wx/ffile.h>
 #include <wx/timer.h>
@@ -138,3 +139,57 @@ TEST_F(AttributeEditorStudio, AHiddenPaneIgnoresSelectionChanges) {
 }
 
 }  // namespace
+
+TEST_F(AttributeEditorStudio, AnObjectDraggedFromTheExplorerOntoAReferenceRowSetsItAsOneStep) {
+    auto* explorer = dynamic_cast<VelXUI::XSceneExplorer*>(m_frame->PaneLayout().getWindow("SceneExplorer"));
+    ASSERT_NE(explorer, nullptr);
+    select({L"Hero"});
+    VelXUI::XAttributeListControl* list = nullptr;
+    int row = -1;
+    for (auto* candidate : control().ListControls())
+        if ((row = rowOf(candidate, L"rootJoint")) >= 0) {
+            list = candidate;
+            break;
+        }
+    ASSERT_NE(list, nullptr) << "the character shows no root joint row";
+    const VelX::XObject hero = scene().Database().Object(L"Hero");
+    explorer->ExpandAll(explorer->ItemOf(hero));
+    GuiTest::pumpEvents(50);
+
+    // Presses the middle button on the explorer row (which drags it without selecting it, so the
+    // editor keeps showing the character) and lets go over the reference row's value.
+    auto drag = [&](const wchar_t* path) {
+        wxUtils::TreeItem* item = explorer->ItemOf(scene().Database().Object(path));
+        ASSERT_NE(item, nullptr) << path;
+        explorer->EnsureVisible(item);
+        GuiTest::pumpEvents(30);
+        const wxRect label = explorer->GetLabelRect(item), cell = list->getItemRect(row);
+        const wxPoint a = explorer->ClientToScreen(wxPoint(label.x + 8, label.y + label.height / 2));
+        const wxPoint b = list->ClientToScreen(wxPoint(cell.x + cell.width * 3 / 4, cell.y + cell.height / 2));
+        wxUIActionSimulator input;
+        input.MouseMove(a);
+        GuiTest::pumpEvents(30);
+        input.MouseDown(wxMOUSE_BTN_MIDDLE);
+        GuiTest::pumpEvents(30);
+        for (int step = 1; step <= 10; ++step) {
+            input.MouseMove(a + (b - a) * step / 10);
+            GuiTest::pumpEvents(15);
+        }
+        input.MouseUp(wxMOUSE_BTN_MIDDLE);
+        GuiTest::waitUntil([&] { return !explorer->IsDraggingItems(); });
+        GuiTest::pumpEvents(50);
+    };
+    VelX::XAttribute rootJoint = hero.Attribute(L"rootJoint");
+    ASSERT_EQ(rootJoint.ObjectRef().Path(), L"Hero/Hips");
+
+    drag(L"Hero/Hips/Spine");
+    EXPECT_EQ(rootJoint.ObjectRef().Path(), L"Hero/Hips/Spine") << "the drop did not set the reference";
+    EXPECT_EQ(scene().Selection().Count(), 1) << "dropping is not selecting";
+    ASSERT_TRUE(scene().Database().Undo());
+    EXPECT_EQ(rootJoint.ObjectRef().Path(), L"Hero/Hips") << "the drop was more than one undo step";
+
+    // An object of the wrong type is refused with the reason, and nothing changes.
+    drag(L"Hero/BodyMesh");
+    EXPECT_EQ(rootJoint.ObjectRef().Path(), L"Hero/Hips");
+}
+

@@ -128,6 +128,12 @@ wxTextCompleter* XAttributeListControl::onRequestCompleter(int row) {
     return source && source->isObjectReference() ? new XObjectNameCompleter(m_control.Scene()) : nullptr;
 }
 
+bool XAttributeListControl::acceptsDroppedText(int row) const {
+    const wxUtils::VelAttributeGroup* group = GetAttributeGroup(row);
+    const auto* source = group ? static_cast<const XAttributeSource*>(group->getAttribute()) : nullptr;
+    return source && source->isObjectReference() && VelAttributeControl::acceptsDroppedText(row);
+}
+
 void XAttributeListControl::onTextRefused(int, const wxString&, const wxString& reason) {
     XStatusNote::Show(this, reason);
 }

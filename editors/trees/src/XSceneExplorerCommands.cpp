@@ -9,6 +9,7 @@
 #include <velxcore/XScene.h>
 #include <velxcore/XSceneEditing.h>
 #include <velxcore/XSelection.h>
+#include <veleditors/VelAttributeControl.h>
 
 #include <wx/clipbrd.h>
 #include <wx/dataobj.h>
@@ -208,6 +209,29 @@ void XSceneExplorer::onDropItems(const std::vector<TreeItem*>& items, TreeItem* 
         L"Parent");
 }
 
+namespace {
+
+// The attribute rows under a point of the screen, if any.
+wxUtils::VelAttributeControl* attributeRowsAt(const wxPoint& screen) {
+    for (wxWindow* window = wxFindWindowAtPoint(screen); window; window = window->GetParent())
+        if (auto* rows = dynamic_cast<wxUtils::VelAttributeControl*>(window)) return rows;
+    return nullptr;
+}
+
+}  // namespace
+
+bool XSceneExplorer::canDropItemsOutside(const std::vector<TreeItem*>& items, const wxPoint& screen) {
+    if (items.size() != 1 || !findObjectInMap(items.front()).IsValid()) return false;
+    const wxUtils::VelAttributeControl* rows = attributeRowsAt(screen);
+    return rows && rows->canDropText(screen);
+}
+
+void XSceneExplorer::onDropItemsOutside(const std::vector<TreeItem*>& items, const wxPoint& screen) {
+    const XObject object = items.size() == 1 ? findObjectInMap(items.front()) : XObject();
+    wxUtils::VelAttributeControl* rows = attributeRowsAt(screen);
+    if (object.IsValid() && rows) rows->dropText(screen, wxString(object.Path()));
+}
+
 void XSceneExplorer::onPaintWhenShown(wxPaintEvent& event) {
     // Painting means the panel is on screen again: catch up with what was missed while hidden, once
     // the paint is over.
@@ -243,3 +267,4 @@ void XSceneExplorer::onTreeKey(wxUtils::TreeEvent& event) {
 }
 
 }  // namespace VelXUI
+

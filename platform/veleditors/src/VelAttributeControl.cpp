@@ -426,6 +426,24 @@ bool VelAttributeControl::commitText(int row, const wxString& text) {
     }
 }
 
+bool VelAttributeControl::acceptsDroppedText(int row) const {
+    const VelAttributeGroup* group = GetAttributeGroup(row);
+    return group && group->getType() == VelAttribute::String && !isItemReadOnly(row);
+}
+
+bool VelAttributeControl::canDropText(const wxPoint& screen) const {
+    const int row = hitTestRow(ScreenToClient(screen));
+    return row >= 0 && acceptsDroppedText(row);
+}
+
+bool VelAttributeControl::dropText(const wxPoint& screen, const wxString& text) {
+    const int row = hitTestRow(ScreenToClient(screen));
+    if (row < 0 || !acceptsDroppedText(row)) return false;
+    if (isEditing()) cancelEdit();
+    onRequestSelectExclusively(row);
+    return commitText(row, text);
+}
+
 void VelAttributeControl::onTextRefused(int, const wxString&, const wxString& reason) {
     if (auto* frame = dynamic_cast<wxFrame*>(wxGetTopLevelParent(this)))
         if (frame->GetStatusBar()) frame->SetStatusText(reason, 0);
@@ -467,3 +485,4 @@ void VelAttributeControl::onEditorFocusLost(wxFocusEvent& event) {
 }
 
 }  // namespace wxUtils
+

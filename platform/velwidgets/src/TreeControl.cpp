@@ -78,6 +78,8 @@ bool TreeControl::Create(wxWindow* parent, wxWindowID id, const wxPoint& pos, co
     Bind(wxEVT_RIGHT_DOWN, &TreeControl::onMouse, this);
     Bind(wxEVT_MOTION, &TreeControl::onDragMotion, this);
     Bind(wxEVT_LEFT_UP, &TreeControl::onDragRelease, this);
+    Bind(wxEVT_MIDDLE_DOWN, &TreeControl::onMiddlePress, this);
+    Bind(wxEVT_MIDDLE_UP, &TreeControl::onDragRelease, this);
     Bind(wxEVT_MOUSE_CAPTURE_LOST, [this](wxMouseCaptureLostEvent&) { endDrag(false); });
     Bind(wxEVT_MOUSEWHEEL, &TreeControl::onWheel, this);
     Bind(wxEVT_CONTEXT_MENU, &TreeControl::onContextMenu, this);

@@ -146,12 +146,31 @@ void TreeControl::onMouse(wxMouseEvent& event) {
 // ---------------------------------------------------------------------------------------------
 // Dragging items
 
+void TreeControl::onMiddlePress(wxMouseEvent& event) {
+    event.Skip();
+    // The middle button drags the item under the pointer without selecting it, so that it can be
+    // dropped onto a panel that shows the selection.
+    TreeItem* item = HitTest(event.GetPosition());
+    m_middleDrag = item != nullptr && item != GetRoot();
+    if (m_middleDrag) m_drag.press(item, event.GetPosition(), {item});
+    else m_drag.reset();
+}
+
 void TreeControl::onDragMotion(wxMouseEvent& event) {
     event.Skip();
-    if (!event.LeftIsDown()) return;
+    if (!(m_middleDrag ? event.MiddleIsDown() : event.LeftIsDown())) return;
     if (m_drag.move(event.GetPosition(), std::max(3, wxSystemSettings::GetMetric(wxSYS_DRAG_X, this))))
         CaptureMouse();
     if (!m_drag.isDragging()) return;
+    m_dragOutside = !GetClientRect().Contains(event.GetPosition());
+    if (m_dragOutside) {
+        m_dragScreenPoint = ClientToScreen(event.GetPosition());
+        const bool allowed = canDropItemsOutside(m_drag.items(), m_dragScreenPoint);
+        m_drag.aim(nullptr, TreeDropPlace::Onto, allowed);
+        SetCursor(wxCursor(allowed ? wxCURSOR_ARROW : wxCURSOR_NO_ENTRY));
+        Refresh(false);
+        return;
+    }
     TreeItem* target = HitTest(event.GetPosition());
     TreeDropPlace place = TreeDropPlace::Onto;
     if (target) {
@@ -174,12 +193,16 @@ void TreeControl::endDrag(bool drop) {
     const std::vector<TreeItem*> items = m_drag.items();
     TreeItem* target = m_drag.target();
     const TreeDropPlace place = m_drag.place();
+    const bool outside = m_dragOutside;
+    m_dragOutside = false;
+    m_middleDrag = false;
     m_drag.reset();
     if (HasCapture()) ReleaseMouse();
     if (!wasDragging) return;
     SetCursor(wxNullCursor);
     Refresh(false);
-    if (drop) onDropItems(items, target, place);
+    if (drop && outside) onDropItemsOutside(items, m_dragScreenPoint);
+    else if (drop) onDropItems(items, target, place);
 }
 
 void TreeControl::toggleCheck(TreeItem* item, int column) {

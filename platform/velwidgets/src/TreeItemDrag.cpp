@@ -23,7 +23,7 @@ bool TreeItemDrag::move(const wxPoint& client, int threshold) {
 void TreeItemDrag::aim(TreeItem* target, TreeDropPlace place, bool allowed) {
     m_target = target;
     m_place = place;
-    m_allowed = allowed && target;
+    m_allowed = allowed;  // without a target: a drop outside the tree
 }
 
 void TreeItemDrag::reset() {

@@ -37,6 +37,8 @@ protected:
     bool onSetAttributes(const wxString& value) override;
     void onTextRefused(int row, const wxString& text, const wxString& reason) override;
     wxTextCompleter* onRequestCompleter(int row) override;
+    // Only object-reference rows take an object dropped from a tree.
+    bool acceptsDroppedText(int row) const override;
     bool onOffsetAttributes(float delta) override;
     void onBeginInteractiveEdit() override;
     void onEndInteractiveEdit() override;

@@ -151,6 +151,10 @@ protected:
                       wxUtils::TreeDropPlace place) override;
     void onDropItems(const std::vector<wxUtils::TreeItem*>& items, wxUtils::TreeItem* target,
                      wxUtils::TreeDropPlace place) override;
+    // One object dragged out onto an attribute row that takes text (an object reference) sets it,
+    // as typing the object's path there would.
+    bool canDropItemsOutside(const std::vector<wxUtils::TreeItem*>& items, const wxPoint& screen) override;
+    void onDropItemsOutside(const std::vector<wxUtils::TreeItem*>& items, const wxPoint& screen) override;
 
 private:
     wxUtils::NavigatorTreeItem* createTreeItem(const VelX::XObject& object, wxUtils::TreeItem* parent,

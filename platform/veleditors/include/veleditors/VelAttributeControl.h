@@ -54,6 +54,12 @@ public:
     // The first row from `from` on, stepping by `step`, whose value can be typed; -1 when none.
     int findTypableRow(int from, int step) const;
 
+    // Text dropped from elsewhere (an object dragged out of a tree) onto the row at a point on the
+    // screen: whether that row takes it, and the drop, which selects the row alone and commits the
+    // text as if it were typed there.
+    bool canDropText(const wxPoint& screen) const;
+    bool dropText(const wxPoint& screen, const wxString& text);
+
 protected:
     // Notifications around changes of the rows.
     virtual void onPreClear();
@@ -78,6 +84,8 @@ protected:
     // Around a scrub: the owner may open one change block for the whole drag.
     virtual void onBeginInteractiveEdit();
     virtual void onEndInteractiveEdit();
+    // Whether a row takes dropped text; by default every text row that is not read-only.
+    virtual bool acceptsDroppedText(int row) const;
     // Tab past the last typable row (Shift+Tab before the first): an owner of several lists may
     // move the edit to the next (previous) list; true when it did.
     virtual bool onRequestEditNextList(bool backwards);

@@ -141,6 +141,10 @@ protected:
         return false;
     }
     virtual void onDropItems(const std::vector<TreeItem*>& items, TreeItem* target, TreeDropPlace place) {}
+    // Dragging them out of the tree onto another window of the application, at a point on the
+    // screen: whether they may be dropped there, and the drop. By default nothing may be.
+    virtual bool canDropItemsOutside(const std::vector<TreeItem*>& items, const wxPoint& screen) { return false; }
+    virtual void onDropItemsOutside(const std::vector<TreeItem*>& items, const wxPoint& screen) {}
     // Lines drawn above or below a row, for trees that group their items.
     virtual bool hasUpperSeparator(TreeItem* item) { return false; }
     virtual bool hasLowerSeparator(TreeItem* item) { return false; }
@@ -182,6 +186,7 @@ private:
     void onMouse(wxMouseEvent& event);
     void onDragMotion(wxMouseEvent& event);
     void onDragRelease(wxMouseEvent& event);
+    void onMiddlePress(wxMouseEvent& event);
     void endDrag(bool drop);
     void drawDropIndicator(wxDC& dc);
     void onWheel(wxMouseEvent& event);
@@ -195,6 +200,9 @@ private:
     TreeItem* m_root = nullptr;
     std::vector<TreeItem*> m_selection;
     TreeItemDrag m_drag;
+    bool m_middleDrag = false;   // the middle button drags one item and leaves the selection alone
+    bool m_dragOutside = false;  // the drag is over another window, at m_dragScreenPoint
+    wxPoint m_dragScreenPoint;
     std::unique_ptr<TreeGraveyard> m_graveyard;  // replaced items waiting to be freed
     TreeItem* m_focus = nullptr;
     TreeItem* m_anchor = nullptr;
