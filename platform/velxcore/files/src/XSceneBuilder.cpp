@@ -58,7 +58,8 @@ void XSceneBuilder::build(db::Database& target, const FileScene& scene, const XS
             const FileConnection& c = scene.connections[i];
             std::string reason;
             if (!target.connect(keyOf(c.from, ids), keyOf(c.to, ids), &reason))
-                Codec::fail(Codec::at("connections", i), "cannot connect " + c.fromText + " to " + c.toText + ": " + reason);
+                Codec::fail(Codec::at("connections", i), "cannot connect " + Codec::excerpt(c.fromText) + " to " +
+                                                             Codec::excerpt(c.toText) + ": " + reason);
         }
         std::vector<int> selection;
         for (int i : scene.selection) selection.push_back(ids[static_cast<std::size_t>(i)]);

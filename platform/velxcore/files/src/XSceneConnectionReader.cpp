@@ -36,10 +36,10 @@ FileEndpoint readEndpoint(const FileScene& scene, const std::unordered_map<std::
         else if (it != paths.end()) end.object = it->second, split = *d;
     }
     if (split == std::string::npos)
-        Codec::fail(place, "dangling reference: no object '" + text.substr(0, first) + "' in the file");
+        Codec::fail(place, "dangling reference: no object '" + Codec::excerpt(std::string_view(text).substr(0, first)) + "' in the file");
     const FileObject* o = end.object >= 0 ? &scene.objects[static_cast<std::size_t>(end.object)] : nullptr;
     const db::NodeDef& def = o ? *o->def : rootDef;
-    const std::string owner = o ? "'" + o->path + "' (" + def.typeName() + ")" : "the scene root";
+    const std::string owner = o ? "'" + Codec::excerpt(o->path) + "' (" + def.typeName() + ")" : "the scene root";
     const std::string attr = text.substr(split + 1);
 
     std::size_t nameEnd = std::min(attr.find('['), attr.find('.'));
@@ -55,7 +55,7 @@ FileEndpoint readEndpoint(const FileScene& scene, const std::unordered_map<std::
                 a = &o->custom[c];
             }
     }
-    if (!a) Codec::fail(place, owner + " has no attribute '" + name + "'");
+    if (!a) Codec::fail(place, owner + " has no attribute '" + Codec::excerpt(name) + "'");
     end.key.slot = slot;
     std::string rest = nameEnd == std::string::npos ? std::string() : attr.substr(nameEnd);
     if (!rest.empty() && rest[0] == '[') {
@@ -63,7 +63,7 @@ FileEndpoint readEndpoint(const FileScene& scene, const std::unordered_map<std::
         std::string digits = rest.substr(1, close == std::string::npos ? std::string::npos : close - 1);
         if (close == std::string::npos || digits.empty() || digits.size() > 9 ||
             !std::all_of(digits.begin(), digits.end(), [](char c) { return c >= '0' && c <= '9'; }))
-            Codec::fail(place, "bad element index in '" + attr + "'");
+            Codec::fail(place, "bad element index in '" + Codec::excerpt(attr) + "'");
         if (!a->isArray) Codec::fail(place, "'" + name + "' of " + owner + " is not an array");
         int element = std::stoi(digits);
         int count = 0;
@@ -75,7 +75,7 @@ FileEndpoint readEndpoint(const FileScene& scene, const std::unordered_map<std::
         rest = rest.substr(close + 1);
     }
     if (!rest.empty()) {
-        if (rest[0] != '.') Codec::fail(place, "cannot read the attribute path '" + attr + "'");
+        if (rest[0] != '.') Codec::fail(place, "cannot read the attribute path '" + Codec::excerpt(attr) + "'");
         const std::string field = rest.substr(1);
         int child = -1;
         if (end.key.element >= 0) {
@@ -86,7 +86,7 @@ FileEndpoint readEndpoint(const FileScene& scene, const std::unordered_map<std::
             child = def.findChild(slot, field);
             end.key.slot = child;
         }
-        if (child < 0) Codec::fail(place, "'" + name + "' of " + owner + " has no field '" + field + "'");
+        if (child < 0) Codec::fail(place, "'" + name + "' of " + owner + " has no field '" + Codec::excerpt(field) + "'");
     }
     return end;
 }
@@ -111,7 +111,9 @@ void XSceneConnectionReader::readConnections(FileScene& scene, const Json& j, co
         connection.fromText = from->get<std::string>();
         connection.toText = to->get<std::string>();
         auto [it, added] = inputs.emplace(std::make_pair(connection.to.object, connection.to.key), i);
-        if (!added) Codec::fail(place + ".to", connection.toText + " already has an input (" + Codec::at("connections", it->second) + ")");
+        if (!added)
+            Codec::fail(place + ".to", Codec::excerpt(connection.toText) + " already has an input (" +
+                                           Codec::at("connections", it->second) + ")");
         scene.connections.push_back(std::move(connection));
     }
 }
@@ -122,7 +124,7 @@ void XSceneConnectionReader::readSelection(FileScene& scene, const Json& j) {
         if (!j[i].is_string()) Codec::expected(Codec::at("selection", i), "an object path", j[i]);
         const std::string& path = j[i].get_ref<const std::string&>();
         auto it = scene.paths.find(path);
-        if (it == scene.paths.end()) Codec::fail(Codec::at("selection", i), "no object '" + path + "' in the file");
+        if (it == scene.paths.end()) Codec::fail(Codec::at("selection", i), "no object '" + Codec::excerpt(path) + "' in the file");
         scene.selection.push_back(it->second);
     }
 }

@@ -33,6 +33,7 @@ std::string syntaxError(const std::string& file, const std::string& text, std::s
     std::size_t from = what.find("syntax error");
     std::string problem = from != std::string::npos ? what.substr(from) : what.substr(what.find(']') + 1);
     problem.erase(0, problem.find_first_not_of(' '));
+    problem = XJsonValueCodec::parserMessage(problem);
     std::string message = file + ": line " + std::to_string(line) + ", column " + std::to_string(pos - lineStart + 1) +
                           ": " + problem;
     if (text.empty()) message += " (the file is empty)";
@@ -84,7 +85,7 @@ bool XSceneFile::loadJson(db::Database& database, const std::string& text, const
         error = describe(file, e);
         return false;
     } catch (const nlohmann::json::exception& e) {
-        error = file + ": " + e.what();
+        error = file + ": " + XJsonValueCodec::excerpt(e.what(), 200);
         return false;
     }
 

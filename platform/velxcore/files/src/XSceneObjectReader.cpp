@@ -31,10 +31,10 @@ void readAttributes(FileObject& o, const Json& j, const std::string& place) {
     if (!j.is_object()) Codec::expected(place, "an object", j);
     const db::NodeDef& def = *o.def;
     for (auto it = j.begin(); it != j.end(); ++it) {
-        const std::string name = it.key();
-        const std::string here = place + "." + name;
+        const std::string& name = it.key();
+        const std::string here = Codec::keyPlace(place, name);
         int slot = def.findTopLevel(name);
-        if (slot < 0) Codec::fail(here, "no attribute '" + name + "' on type " + def.typeName());
+        if (slot < 0) Codec::fail(here, "no attribute '" + Codec::excerpt(name) + "' on type " + def.typeName());
         const db::SlotInfo& info = def.slot(slot);
         const AttributeDef& a = *info.def;
         if (a.has(db::Computed)) Codec::fail(here, "'" + name + "' is computed by the object and is not saved");
@@ -48,7 +48,7 @@ void readAttributes(FileObject& o, const Json& j, const std::string& place) {
         for (auto f = it.value().begin(); f != it.value().end(); ++f) {
             int child = def.findChild(slot, f.key());
             if (child < 0 || !isSavedAttribute(*def.slot(child).def))
-                Codec::fail(here + "." + f.key(), "no field '" + f.key() + "' in '" + name + "'");
+                Codec::fail(Codec::keyPlace(here, f.key()), "no field '" + Codec::excerpt(f.key()) + "' in '" + name + "'");
             readFileValue(o, child, *def.slot(child).def, f.value(), here + "." + f.key());
         }
     }
@@ -66,11 +66,11 @@ void readCustom(FileObject& o, const Json& j, const std::string& place, const db
         if (!name || !name->is_string()) Codec::expected(here + ".name", "a string", name ? *name : Json());
         a.name = name->get<std::string>();
         if (a.name.empty() || db::Database::sanitizeName(a.name) != a.name)
-            Codec::fail(here + ".name", "'" + a.name + "' is not a valid attribute name");
+            Codec::fail(here + ".name", "'" + Codec::excerpt(a.name) + "' is not a valid attribute name");
         if (o.def->findTopLevel(a.name) >= 0)
             Codec::fail(here + ".name", "'" + a.name + "' is already an attribute of type " + o.def->typeName());
         for (const AttributeDef& other : o.custom)
-            if (other.name == a.name) Codec::fail(here + ".name", "'" + a.name + "' is defined twice");
+            if (other.name == a.name) Codec::fail(here + ".name", "'" + Codec::excerpt(a.name) + "' is defined twice");
         a.displayName = a.name;
         const Json* type = Codec::member(c, "type");
         std::int64_t code = 0;
@@ -94,7 +94,7 @@ void readCustom(FileObject& o, const Json& j, const std::string& place, const db
             if (!refType->is_string()) Codec::expected(here + ".refType", "a string", *refType);
             a.refType = refType->get<std::string>();
             if (!a.refType.empty() && !types.findType(a.refType))
-                Codec::fail(here + ".refType", "unknown object type '" + a.refType + "'");
+                Codec::fail(here + ".refType", "unknown object type '" + Codec::excerpt(a.refType) + "'");
         }
         const int slot = o.def->slotCount() + static_cast<int>(o.custom.size());
         o.custom.push_back(a);

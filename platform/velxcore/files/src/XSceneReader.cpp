@@ -86,7 +86,7 @@ void linkObjects(FileScene& scene) {
         }
         auto [it, added] = names.emplace(SiblingName{o.parent, o.name}, i);
         if (!added)
-            Codec::fail(objectPlace(i) + ".name", "duplicate name: '" + o.name + "' is also the name of " +
+            Codec::fail(objectPlace(i) + ".name", "duplicate name: '" + Codec::excerpt(o.name) + "' is also the name of " +
                                                objectPlace(it->second) + " under the same parent");
         (o.parent >= 0 ? objects[o.parent].children : top).push_back(i);
     }
@@ -111,7 +111,7 @@ void findPaths(FileScene& scene) {
     paths.reserve(scene.order.size());
     for (int i : scene.order) {
         auto [it, added] = paths.emplace(objects[i].path, i);
-        if (!added) Codec::fail(objectPlace(i) + ".name", "the path '" + objects[i].path + "' is also the path of " + objectPlace(it->second));
+        if (!added) Codec::fail(objectPlace(i) + ".name", "the path '" + Codec::excerpt(objects[i].path) + "' is also the path of " + objectPlace(it->second));
     }
 }
 
