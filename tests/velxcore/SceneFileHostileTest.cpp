@@ -8,11 +8,21 @@
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 using VelX::XJsonValueCodec;
 using VelX::XSceneFile;
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -63,6 +73,27 @@ protected:
 
     db::Database database;
     std::string before;
+};
+
+// The same, with a folder of its own for files on disk.
+class SceneFileOnDisk : public SceneFileHostile {
+protected:
+    void SetUp() override {
+        SceneFileHostile::SetUp();
+        std::string pattern = (fs::temp_directory_path() / "velx-hostile-XXXXXX").string();
+        ASSERT_NE(::mkdtemp(pattern.data()), nullptr);
+        dir = pattern;
+    }
+    void TearDown() override { fs::remove_all(dir); }
+    // Loads the file, which must be refused; returns the message.
+    std::string fileRefusal(const fs::path& file, const char* what) {
+        std::string error;
+        EXPECT_FALSE(XSceneFile::load(database, file.string(), error)) << what;
+        EXPECT_EQ(XSceneFile::toJson(database), before) << what << ": the open scene changed";
+        return error;
+    }
+
+    fs::path dir;
 };
 
 // ---------------------------------------------------------------- what messages quote
@@ -122,6 +153,55 @@ TEST_F(SceneFileHostile, MessagesQuoteOnlyAShortExcerptOfWhatTheFileHolds) {
         EXPECT_TRUE(isWellFormedUtf8(error)) << c.what;
         EXPECT_FALSE(hasControlCharacters(error)) << c.what;
     }
+}
+
+// ---------------------------------------------------------------- what is read at all
+
+TEST_F(SceneFileOnDisk, RefusesWhatIsNotARegularFile) {
+    const fs::path fifo = dir / "pipe.velx";
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    // Whoever opens the FIFO for reading is handed a valid scene, so a loader that reads it anyway
+    // loads it instead of waiting for ever.
+    std::thread writer([&] {
+        sigset_t pipeSignal;
+        sigemptyset(&pipeSignal);
+        sigaddset(&pipeSignal, SIGPIPE);
+        pthread_sigmask(SIG_BLOCK, &pipeSignal, nullptr);
+        const int fd = ::open(fifo.c_str(), O_WRONLY | O_CLOEXEC);
+        if (fd < 0) return;
+        const std::string text = sceneText(transform(1, "fromPipe"));
+        (void)!::write(fd, text.data(), text.size());
+        ::close(fd);
+    });
+    const std::string error = fileRefusal(fifo, "a FIFO");
+    // Lets the writer finish whether or not the loader opened the FIFO.
+    const int reader = ::open(fifo.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    writer.join();
+    if (reader >= 0) ::close(reader);
+    EXPECT_NE(error.find("'" + fifo.string() + "' is not a regular file (it is a FIFO)"), std::string::npos) << error;
+
+    EXPECT_NE(fileRefusal("/dev/null", "an empty device").find("'/dev/null' is not a regular file (it is a character device)"),
+              std::string::npos);
+    EXPECT_NE(fileRefusal("/dev/zero", "an endless device").find("is not a regular file"), std::string::npos);
+    fs::create_directory(dir / "folder.velx");
+    EXPECT_NE(fileRefusal(dir / "folder.velx", "a folder").find("is not a regular file (it is a folder)"), std::string::npos);
+}
+
+TEST_F(SceneFileOnDisk, RefusesAFileLargerThanTheCapBeforeReadingIt) {
+    // Sparse: it takes no room on disk, and its size alone must refuse it.
+    const fs::path file = dir / "huge.velx";
+    { std::ofstream(file) << sceneText(""); }
+    fs::resize_file(file, XSceneFile::MaxFileBytes + 1);
+    std::size_t bytesRead = 0;
+    std::string error;
+    EXPECT_FALSE(XSceneFile::load(database, file.string(), error,
+                                  [&](const char* phase, std::size_t done, std::size_t) {
+                                      if (std::string(phase) == "Reading") bytesRead = std::max(bytesRead, done);
+                                  }));
+    EXPECT_NE(error.find("'" + file.string() + "' is too large: " + std::to_string(XSceneFile::MaxFileBytes + 1) + " bytes"),
+              std::string::npos) << error;
+    EXPECT_EQ(bytesRead, 0u) << "refused before reading";
+    EXPECT_EQ(XSceneFile::toJson(database), before);
 }
 
 }  // namespace

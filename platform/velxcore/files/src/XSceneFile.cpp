@@ -1,5 +1,6 @@
 // Scene files: the facade over the writer, the validating reader and the builder, and the atomic
 // save. A file is read and checked completely and built aside before it replaces a scene.
+#include "XRegularFile.h"
 #include "XSceneBuilder.h"
 #include "XSceneReader.h"
 #include "XSceneWriter.h"
@@ -11,13 +12,9 @@
 
 #include <nlohmann/json.hpp>
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
+#include <new>
+#include <stdexcept>
 
 namespace VelX {
 
@@ -39,6 +36,12 @@ std::string syntaxError(const std::string& file, const std::string& text, std::s
     if (text.empty()) message += " (the file is empty)";
     else if (byte > text.size()) message += " (the file ends too early: it may be truncated)";
     return message;
+}
+
+// A file may ask for more than the machine has: that is a refusal like any other.
+std::string outOfMemory(const std::string& file, std::size_t textBytes) {
+    return file + ": there is not enough memory to load this scene" +
+           (textBytes ? " (" + std::to_string(textBytes) + " bytes of text)" : std::string());
 }
 
 std::string describe(const std::string& file, const XJsonValueCodec::Error& e) {
@@ -87,6 +90,12 @@ bool XSceneFile::loadJson(db::Database& database, const std::string& text, const
     } catch (const nlohmann::json::exception& e) {
         error = file + ": " + XJsonValueCodec::excerpt(e.what(), 200);
         return false;
+    } catch (const std::bad_alloc&) {
+        error = outOfMemory(file, text.size());
+        return false;
+    } catch (const std::length_error&) {
+        error = outOfMemory(file, text.size());
+        return false;
     }
 
     // The time key points into the settings object being replaced: move it to the new one.
@@ -108,29 +117,15 @@ bool XSceneFile::loadJson(db::Database& database, const std::string& text, const
 
 bool XSceneFile::load(db::Database& database, const std::string& fileName, std::string& error,
                       const Progress& progress) {
-    int fd = ::open(fileName.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) {
-        error = "cannot open '" + fileName + "': " + std::strerror(errno);
+    std::string text;
+    try {
+        XRegularFile::Progress reading;
+        if (progress) reading = [&](std::size_t done, std::size_t total) { progress("Reading", done, total); };
+        if (!XRegularFile::Read(fileName, MaxFileBytes, text, error, reading)) return false;
+    } catch (const std::bad_alloc&) {
+        error = outOfMemory(fileName, 0);
         return false;
     }
-    struct stat info {};
-    const std::size_t size = ::fstat(fd, &info) == 0 && info.st_size > 0 ? static_cast<std::size_t>(info.st_size) : 0;
-    std::string text;
-    text.reserve(size);
-    char buffer[65536];
-    for (;;) {
-        if (progress && (text.size() & ((1u << 22) - 1)) < sizeof buffer) progress("Reading", text.size(), size);
-        ssize_t n = ::read(fd, buffer, sizeof buffer);
-        if (n < 0 && errno == EINTR) continue;
-        if (n < 0) {
-            error = "cannot read '" + fileName + "': " + std::strerror(errno);
-            ::close(fd);
-            return false;
-        }
-        if (n == 0) break;
-        text.append(buffer, static_cast<std::size_t>(n));
-    }
-    ::close(fd);
     return loadJson(database, text, fileName, error, progress);
 }
 
