@@ -9,13 +9,17 @@
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
+#include <malloc.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <new>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
@@ -153,6 +157,177 @@ TEST_F(SceneFileHostile, MessagesQuoteOnlyAShortExcerptOfWhatTheFileHolds) {
         EXPECT_TRUE(isWellFormedUtf8(error)) << c.what;
         EXPECT_FALSE(hasControlCharacters(error)) << c.what;
     }
+}
+
+// ---------------------------------------------------------------- keys given twice
+
+// "line L, column C" of the n-th (from 0) occurrence of `needle` in the text.
+std::string placeOfOccurrence(const std::string& text, const std::string& needle, int n) {
+    std::size_t at = text.find(needle);
+    while (n-- > 0 && at != std::string::npos) at = text.find(needle, at + 1);
+    if (at == std::string::npos) return "nowhere";
+    const std::size_t lineStart = text.rfind('\n', at);
+    const std::size_t line = 1 + static_cast<std::size_t>(std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(at), '\n'));
+    const std::size_t column = lineStart == std::string::npos ? at + 1 : at - lineStart;
+    return "line " + std::to_string(line) + ", column " + std::to_string(column);
+}
+
+// A reader of the file sees the first value, the loader would take the last: one start script
+// shown, another run. Every JSON object of the file refuses a key it already has.
+TEST_F(SceneFileHostile, AKeyGivenTwiceInAnyObjectIsRefusedWithItsPlace) {
+    const std::string animation = R"({"id": 2, "type": "Animation", "name": "anim", "parent": null, "attributes": )";
+    struct Case {
+        const char* what;
+        std::string text;
+        std::string key;       // as written the second time
+        int occurrence;        // of `key` in the text
+        std::string container;
+    };
+    const std::vector<Case> cases = {
+        {"document", sceneText(transform(1, "t"), R"(, "format": "velx-scene")"), "\"format\"", 1, "the scene"},
+        {"object", sceneText(transform(1, "t", R"(, "name": "other")")), "\"name\"", 1, "objects[0]"},
+        {"attribute on a line of its own",
+         sceneText(transform(1, "t", ",\n   \"attributes\": {\"translateX\": 1,\n     \"translateX\": 2}")), "\"translateX\"", 1,
+         "objects[0].attributes"},
+        {"compound field", sceneText(transform(1, "t", R"(, "attributes": {"colour": {"g": 1, "g": 0.5}})")), "\"g\"", 1,
+         "objects[0].attributes.colour"},
+        {"written differently", sceneText(transform(1, "t", R"(, "attributes": {"rotateX": 1, "rotat\u0065X": 2})")),
+         "\"rotat\\u0065X\"", 0, "objects[0].attributes"},
+        {"array element", sceneText(animation + R"({"keys": [{"time": 0, "value": 1, "time": 5}]}})"), "\"time\"", 1,
+         "objects[0].attributes.keys[0]"},
+        {"custom attribute",
+         sceneText(transform(1, "t", R"(, "custom": [{"name": "a", "type": 4}, {"name": "b", "type": 4, "type": 5}])")),
+         "\"type\"", 3, "objects[0].custom[1]"},
+        {"connection", sceneText(transform(1, "t"), R"(, "connections": [{"from": "t.translateX", "to": "t.translateY", "to": "t.translateZ"}])"),
+         "\"to\"", 1, "connections[0]"},
+    };
+    for (const Case& c : cases) {
+        const std::string error = refusal(c.text, c.what);
+        std::string key = c.key;
+        if (key.find("\\u0065") != std::string::npos) key = "\"rotateX\"";
+        const std::string expected = "hostile.velx: " + placeOfOccurrence(c.text, c.key, c.occurrence) + ": duplicate key " + key + " in " + c.container;
+        EXPECT_EQ(error, expected) << c.what;
+    }
+}
+
+// ---------------------------------------------------------------- limits
+
+TEST_F(SceneFileHostile, WhatGoesBeyondTheLimitsIsRefusedWithThePlace) {
+    const std::string tooLongText(XSceneFile::MaxStringBytes + 1, 'x');
+    std::string nested = "1";
+    for (int i = 0; i < XSceneFile::MaxNesting; ++i) nested = "[" + nested + "]";
+    // The scene, its objects, the object and its attributes are four levels: the list that is one
+    // too many is the 61st.
+    std::string deepest = "objects[0].attributes.translateX";
+    for (int i = 4; i < XSceneFile::MaxNesting; ++i) deepest += "[0]";
+    deepest += ": lists and objects inside each other more than the 64 levels";
+    std::string manyKeys;
+    for (std::size_t i = 0; i <= XSceneFile::MaxObjectKeys; ++i) manyKeys += (i ? ", \"k" : "\"k") + std::to_string(i) + "\": 0";
+    std::string manyCustom;
+    for (int i = 0; i <= XSceneFile::MaxCustomAttributes; ++i)
+        manyCustom += (i ? ", " : "") + std::string(R"({"name": "c)") + std::to_string(i) + R"(", "type": 4})";
+    std::string manyZeros = "0";
+    for (std::size_t i = 0; i < XSceneFile::MaxArrayElements; ++i) manyZeros += ",0";
+    struct Case {
+        const char* what;
+        std::string text;
+        std::string expected;
+    };
+    const std::vector<Case> cases = {
+        {"long name", sceneText(transform(1, tooLongText)),
+         "line 1, column 91: objects[0].name: a text of 16777217 bytes, more than the 16777216 bytes a scene file may hold"},
+        {"long key", sceneText(transform(1, "t", ", \"attributes\": {\"" + tooLongText + "\": 1}")),
+         "objects[0].attributes: a key of 16777217 bytes, more than the 16777216 bytes"},
+        {"deep lists", sceneText(transform(1, "t", ", \"attributes\": {\"translateX\": " + nested + "}")), deepest},
+        {"many keys", sceneText(transform(1, "t", ", \"attributes\": {" + manyKeys + "}")),
+         "objects[0].attributes: more than the 10000 keys in one object"},
+        {"many custom attributes", sceneText(transform(1, "t", ", \"custom\": [" + manyCustom + "]")),
+         "objects[0].custom: more than the 1000 custom attributes an object may have"},
+        {"long list", sceneText(transform(1, "t"), ", \"selection\": [" + manyZeros + "]"),
+         "selection: more than the 10000000 elements in one list"},
+        {"many objects", sceneText(manyZeros), "objects: more than the 10000000 objects"},
+        {"text after a NUL byte", sceneText(transform(1, "t")) + std::string(1, '\0') + "{\"more\": 1}", "a NUL byte"},
+    };
+    for (const Case& c : cases) {
+        const std::string error = refusal(c.text, c.what);
+        EXPECT_NE(error.find(c.expected), std::string::npos) << c.what << ": " << error.substr(0, 400);
+        EXPECT_LT(error.size(), 400u) << c.what;
+    }
+}
+
+// A parent chain 50,000 levels deep in a 3 MB file: refused at the first object past the limit.
+TEST_F(SceneFileHostile, AHierarchyDeeperThanTheLimitIsRefused) {
+    auto chain = [](int depth) {
+        std::string objects;
+        for (int i = 1; i <= depth; ++i)
+            objects += (i > 1 ? "," : "") + std::string(R"({"id":)") + std::to_string(i) + R"(,"type":"Transform","name":"c","parent":)" +
+                       (i > 1 ? std::to_string(i - 1) : "null") + "}";
+        return sceneText(objects, R"(, "selection": ["c)" + [&] {
+            std::string path;
+            for (int i = 1; i < depth; ++i) path += "/c";
+            return path;
+        }() + "\"]");
+    };
+    const std::string error = refusal(chain(50000), "50,000 levels");
+    EXPECT_NE(error.find("objects[2000].parent: the hierarchy is more than 2000 levels deep"), std::string::npos) << error;
+
+    std::string loaded;
+    ASSERT_TRUE(XSceneFile::loadJson(database, chain(XSceneFile::MaxDepth), "deepest.velx", loaded)) << loaded;
+    ASSERT_EQ(database.selection().size(), 1u);
+    const db::Node* deepest = database.node(database.selection()[0]);
+    int depth = 0;
+    for (const db::Node* n = deepest; n->parent() != db::Database::RootId; n = database.node(n->parent())) ++depth;
+    EXPECT_EQ(depth + 1, XSceneFile::MaxDepth);
+}
+
+// Bytes the allocator has handed out, including blocks served by mmap.
+std::size_t heapBytes() {
+    const struct mallinfo2 info = ::mallinfo2();
+    return info.uordblks + info.hblkhd;
+}
+
+// Connections and the selection name objects by path: at the deepest level allowed, with long
+// names, every object's path together would be gigabytes. Loading must take memory in proportion
+// to the file.
+TEST_F(SceneFileHostile, PathsIntoADeepHierarchyTakeMemoryInProportionToTheFile) {
+    const std::string name(1000, 'n');
+    std::string objects, path;
+    for (int i = 1; i <= XSceneFile::MaxDepth; ++i) {
+        objects += (i > 1 ? "," : "") + std::string(R"({"id":)") + std::to_string(i) + R"(,"type":"Transform","name":")" + name +
+                   R"(","parent":)" + (i > 1 ? std::to_string(i - 1) : "null") + "}";
+        path += (i > 1 ? "/" : "") + name;
+    }
+    const std::string text = sceneText(objects, R"(, "connections": [{"from": ")" + path + R"(.translateX", "to": ")" + name +
+                                                    R"(.translateY"}], "selection": [")" + path + "\"]");
+    const std::size_t before = heapBytes();
+    std::size_t peak = before;
+    std::string error;
+    ASSERT_TRUE(XSceneFile::loadJson(database, text, "deep.velx", error, [&](const char*, std::size_t, std::size_t) {
+        peak = std::max(peak, heapBytes());
+    })) << error.substr(0, 300);
+    EXPECT_LT(peak - before, 10 * text.size()) << "for " << text.size() << " bytes of text";
+    ASSERT_EQ(database.selection().size(), 1u);
+    const db::Node* top = database.node(database.node(db::Database::RootId)->children()[0]);
+    EXPECT_EQ(database.input(db::AttrKey{top->id(), top->def().findTopLevel("translateY")}).node, database.selection()[0]);
+}
+
+// Running out of memory is a refusal like any other: the open scene stays.
+TEST_F(SceneFileHostile, RunningOutOfMemoryIsARefusal) {
+    const std::string text = sceneText(transform(1, "a") + "," + transform(2, "b"));
+    for (const char* phase : {"Parsing", "Building"}) {
+        std::string error;
+        EXPECT_FALSE(XSceneFile::loadJson(database, text, "big.velx", error, [&](const char* now, std::size_t, std::size_t) {
+            if (std::string(now) == phase) throw std::bad_alloc();
+        })) << phase;
+        EXPECT_EQ(error, "big.velx: there is not enough memory to load this scene (" + std::to_string(text.size()) + " bytes of text)");
+        EXPECT_EQ(XSceneFile::toJson(database), before) << phase;
+    }
+    std::string error;
+    EXPECT_FALSE(XSceneFile::loadJson(database, text, "big.velx", error, [](const char*, std::size_t, std::size_t) {
+        throw std::length_error("vector::reserve");
+    }));
+    EXPECT_NE(error.find("not enough memory"), std::string::npos) << error;
+    EXPECT_EQ(XSceneFile::toJson(database), before);
 }
 
 // ---------------------------------------------------------------- what is read at all

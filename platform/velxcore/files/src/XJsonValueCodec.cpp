@@ -43,11 +43,17 @@ void writeFloats(std::string& out, const float* f, int count) {
     out += ']';
 }
 
-std::vector<float> readFloats(const Json& j, std::size_t count, const std::string& place) {
+void readFloats(const Json& j, float* out, std::size_t count, const std::string& place) {
     if (!j.is_array() || j.size() != count) XJsonValueCodec::expected(place, std::to_string(count) + " numbers", j);
-    std::vector<float> out;
-    for (std::size_t i = 0; i < count; ++i) out.push_back(XJsonValueCodec::readFloat(j[i], XJsonValueCodec::at(place, i)));
-    return out;
+    for (std::size_t i = 0; i < count; ++i) {
+        // The number's place is spelled out only for a message.
+        try {
+            out[i] = XJsonValueCodec::readFloat(j[i], place);
+        } catch (XJsonValueCodec::Error& error) {
+            error.place = XJsonValueCodec::at(place, i) + error.place.substr(place.size());
+            throw;
+        }
+    }
 }
 
 
@@ -375,17 +381,20 @@ db::Value XJsonValueCodec::readValue(const AttributeDef& a, const Json& j, const
         if (!j.is_string()) expected(place, "a string", j);
         return j.get<std::string>();
     case ValueType::Vector: {
-        std::vector<float> f = readFloats(j, 3, place);
+        float f[3];
+        readFloats(j, f, 3, place);
         return Velutils::Vec3{f[0], f[1], f[2]};
     }
     case ValueType::Quaternion: {
-        std::vector<float> f = readFloats(j, 4, place);
+        float f[4];
+        readFloats(j, f, 4, place);
         return Velutils::Quat{f[0], f[1], f[2], f[3]};
     }
     case ValueType::Matrix: {
-        std::vector<float> f = readFloats(j, 16, place);
+        float f[16];
+        readFloats(j, f, 16, place);
         Velutils::Matrix4 m;
-        for (int i = 0; i < 16; ++i) m.m[i / 4][i % 4] = f[static_cast<std::size_t>(i)];
+        for (int i = 0; i < 16; ++i) m.m[i / 4][i % 4] = f[i];
         return m;
     }
     case ValueType::ObjectRef:
@@ -399,7 +408,13 @@ db::Value XJsonValueCodec::readValue(const AttributeDef& a, const Json& j, const
             auto f = std::find_if(a.children.begin(), a.children.end(),
                                   [&](const AttributeDef& c) { return c.name == it.key(); });
             if (f == a.children.end()) fail(keyPlace(place, it.key()), "no field '" + excerpt(it.key()) + "' in '" + a.name + "'");
-            fields[static_cast<std::size_t>(f - a.children.begin())] = readValue(*f, it.value(), keyPlace(place, it.key()));
+            // The field's place is spelled out only for a message.
+            try {
+                fields[static_cast<std::size_t>(f - a.children.begin())] = readValue(*f, it.value(), place);
+            } catch (Error& error) {
+                error.place = keyPlace(place, it.key()) + error.place.substr(place.size());
+                throw;
+            }
         }
         return fields;
     }

@@ -18,12 +18,12 @@ db::AttrKey keyOf(const FileEndpoint& end, const std::vector<int>& ids) {
     return key;
 }
 
-void buildObjects(db::Database& target, const FileScene& scene, std::vector<int>& ids,
+void buildObjects(db::Database& target, FileScene& scene, std::vector<int>& ids,
                   const XSceneFile::Progress& progress) {
     std::size_t built = 0;
     for (int i : scene.order) {
         if (progress && (built++ & 4095) == 0) progress("Building", built - 1, scene.order.size());
-        const FileObject& o = scene.objects[static_cast<std::size_t>(i)];
+        FileObject& o = scene.objects[static_cast<std::size_t>(i)];
         int parent = o.parent >= 0 ? ids[static_cast<std::size_t>(o.parent)] : db::Database::RootId;
         int id = target.create(*o.def, o.name, parent);
         if (id < 0) Codec::fail(objectPlace(i), "the object could not be created");
@@ -36,6 +36,7 @@ void buildObjects(db::Database& target, const FileScene& scene, std::vector<int>
         for (const SlotValue& r : o.referenceArrays)
             if (!target.resizeArray(db::AttrKey{id, r.slot}, r.value.asInt()))
                 Codec::fail(valuePlace(o, i, r.slot), "the array was refused");
+        std::vector<SlotValue>().swap(o.values);
     }
     // Every scene has one object of each settings type: older files may lack some.
     for (const db::NodeDef* def : target.types()) {
@@ -49,7 +50,7 @@ void buildObjects(db::Database& target, const FileScene& scene, std::vector<int>
 
 }  // namespace
 
-void XSceneBuilder::build(db::Database& target, const FileScene& scene, const XSceneFile::Progress& progress) {
+void XSceneBuilder::build(db::Database& target, FileScene& scene, const XSceneFile::Progress& progress) {
     std::vector<int> ids(scene.objects.size(), -1);
     target.beginChangeBlock();
     try {

@@ -4,6 +4,7 @@
 #include "XSceneBuilder.h"
 #include "XSceneReader.h"
 #include "XSceneWriter.h"
+#include "XTextCursor.h"
 
 #include <velxcore/XAtomicFile.h>
 #include <velxcore/XSceneFile.h>
@@ -19,24 +20,6 @@
 namespace VelX {
 
 namespace {
-
-using Json = XJsonValueCodec::Json;
-
-std::string syntaxError(const std::string& file, const std::string& text, std::size_t byte, const std::string& what) {
-    std::size_t pos = std::min<std::size_t>(byte > 0 ? byte - 1 : 0, text.size());
-    std::size_t line = 1, lineStart = 0;
-    for (std::size_t k = 0; k < pos; ++k)
-        if (text[k] == '\n') ++line, lineStart = k + 1;
-    std::size_t from = what.find("syntax error");
-    std::string problem = from != std::string::npos ? what.substr(from) : what.substr(what.find(']') + 1);
-    problem.erase(0, problem.find_first_not_of(' '));
-    problem = XJsonValueCodec::parserMessage(problem);
-    std::string message = file + ": line " + std::to_string(line) + ", column " + std::to_string(pos - lineStart + 1) +
-                          ": " + problem;
-    if (text.empty()) message += " (the file is empty)";
-    else if (byte > text.size()) message += " (the file ends too early: it may be truncated)";
-    return message;
-}
 
 // A file may ask for more than the machine has: that is a refusal like any other.
 std::string outOfMemory(const std::string& file, std::size_t textBytes) {
@@ -60,29 +43,41 @@ bool XSceneFile::save(const db::Database& database, const std::string& fileName,
     return true;
 }
 
-bool XSceneFile::loadJson(db::Database& database, const std::string& text, const std::string& fileName,
-                          std::string& error, const Progress& progress) {
+namespace {
+
+// Reads and checks the whole text; the scene's contents are then independent of it.
+bool readScene(const db::Database& types, std::string_view text, const std::string& file, FileScene& scene,
+               std::string& error, const XSceneFile::Progress& progress) {
+    XTextCursor cursor(text);
+    XSceneReader reader(types, progress, cursor);
+    std::string problem;
+    if (!reader.parse(problem)) {
+        error = file + ": " + problem;
+        return false;
+    }
+    scene = reader.scene();
+    return true;
+}
+
+// The scene is built once, aside: whatever the file or the database refuses leaves the open scene
+// untouched. Its ids follow the open scene's, so no id is handed out twice in a session. A text
+// the loader read itself (`owned`) is let go before the scene is built.
+bool loadScene(db::Database& database, std::string_view text, std::string* owned, const std::string& fileName,
+               std::string& error, const XSceneFile::Progress& progress) {
     const std::string file = fileName.empty() ? "scene" : fileName;
     if (database.blockDepth() > 0) {
         error = file + ": cannot load a scene while a change block is open";
         return false;
     }
-    // The scene is built once, aside: whatever the file or the database refuses leaves the open
-    // scene untouched. Its ids follow the open scene's, so no id is handed out twice in a session.
+    const std::size_t textBytes = text.size();
     db::Database scratch;
-    for (const db::NodeDef* def : database.types()) scratch.registerType(*def);
-    scratch.setRecording(false);
-    scratch.reserveIds(database.idLimit());
     try {
+        for (const db::NodeDef* def : database.types()) scratch.registerType(*def);
+        scratch.setRecording(false);
+        scratch.reserveIds(database.idLimit());
         FileScene scene;
-        {
-            XSceneReader reader(database, progress);
-            if (!Json::sax_parse(text, &reader)) {
-                error = syntaxError(file, text, reader.errorByte, reader.errorText);
-                return false;
-            }
-            scene = reader.scene();
-        }
+        if (!readScene(database, text, file, scene, error, progress)) return false;
+        if (owned) std::string().swap(*owned);
         XSceneBuilder::build(scratch, scene, progress);
     } catch (const XJsonValueCodec::Error& e) {
         error = describe(file, e);
@@ -91,10 +86,10 @@ bool XSceneFile::loadJson(db::Database& database, const std::string& text, const
         error = file + ": " + XJsonValueCodec::excerpt(e.what(), 200);
         return false;
     } catch (const std::bad_alloc&) {
-        error = outOfMemory(file, text.size());
+        error = outOfMemory(file, textBytes);
         return false;
     } catch (const std::length_error&) {
-        error = outOfMemory(file, text.size());
+        error = outOfMemory(file, textBytes);
         return false;
     }
 
@@ -115,6 +110,13 @@ bool XSceneFile::loadJson(db::Database& database, const std::string& text, const
     return true;
 }
 
+}  // namespace
+
+bool XSceneFile::loadJson(db::Database& database, const std::string& text, const std::string& fileName,
+                          std::string& error, const Progress& progress) {
+    return loadScene(database, text, nullptr, fileName, error, progress);
+}
+
 bool XSceneFile::load(db::Database& database, const std::string& fileName, std::string& error,
                       const Progress& progress) {
     std::string text;
@@ -126,7 +128,7 @@ bool XSceneFile::load(db::Database& database, const std::string& fileName, std::
         error = outOfMemory(fileName, 0);
         return false;
     }
-    return loadJson(database, text, fileName, error, progress);
+    return loadScene(database, text, &text, fileName, error, progress);
 }
 
 }  // namespace VelX

@@ -24,7 +24,7 @@ public:
     static constexpr std::size_t MaxFileBytes = std::size_t(1) << 30;     // 1 GiB of text
     static constexpr std::size_t MaxObjects = 10'000'000;
     static constexpr int MaxDepth = 2'000;                                // levels of parents
-    static constexpr int MaxCustomAttributes = 10'000;                    // on one object
+    static constexpr int MaxCustomAttributes = 1'000;                     // on one object
     static constexpr std::size_t MaxStringBytes = std::size_t(16) << 20;  // 16 MiB, names and keys too
     static constexpr std::size_t MaxArrayElements = 10'000'000;           // in any one list
     static constexpr std::size_t MaxObjectKeys = 10'000;                  // in any one JSON object
