@@ -3,6 +3,7 @@
 #include <veldatabase/Database.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace VelX {
 
@@ -55,12 +56,16 @@ void XSceneBuilder::build(db::Database& target, FileScene& scene, const XSceneFi
     target.beginChangeBlock();
     try {
         buildObjects(target, scene, ids, progress);
-        for (std::size_t i = 0; i < scene.connections.size(); ++i) {
-            const FileConnection& c = scene.connections[i];
-            std::string reason;
-            if (!target.connect(keyOf(c.from, ids), keyOf(c.to, ids), &reason))
-                Codec::fail(Codec::at("connections", i), "cannot connect " + Codec::excerpt(c.fromText) + " to " +
-                                                             Codec::excerpt(c.toText) + ": " + reason);
+        // Checked for loops all together: a long chain of connections costs no more than its length.
+        std::vector<std::pair<db::AttrKey, db::AttrKey>> links;
+        links.reserve(scene.connections.size());
+        for (const FileConnection& c : scene.connections) links.emplace_back(keyOf(c.from, ids), keyOf(c.to, ids));
+        std::string reason;
+        const std::size_t made = target.connectAll(links, &reason);
+        if (made < links.size()) {
+            const FileConnection& c = scene.connections[made];
+            Codec::fail(Codec::at("connections", made), "cannot connect " + Codec::excerpt(c.fromText) + " to " +
+                                                            Codec::excerpt(c.toText) + ": " + reason);
         }
         std::vector<int> selection;
         for (int i : scene.selection) selection.push_back(ids[static_cast<std::size_t>(i)]);

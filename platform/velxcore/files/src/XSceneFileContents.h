@@ -11,6 +11,7 @@
 #include <veldatabase/Value.h>
 
 #include <cstdint>
+#include <deque>
 #include <string>
 #include <vector>
 
@@ -42,6 +43,9 @@ struct FileObject {
     std::vector<SlotValue> referenceArrays;  // element counts
 };
 
+// Objects are added one by one as they are read: a deque never moves them to grow.
+using FileObjects = std::deque<FileObject>;
+
 struct FileEndpoint {
     int object = -1;  // index in the file, -1 = scene root
     db::AttrKey key;  // node unset
@@ -53,7 +57,7 @@ struct FileConnection {
 };
 
 struct FileScene {
-    std::vector<FileObject> objects;
+    FileObjects objects;
     std::vector<int> order;  // creation order: parents before children, siblings in file order
     std::vector<FileConnection> connections;
     std::vector<std::string> selectionPaths;  // as written

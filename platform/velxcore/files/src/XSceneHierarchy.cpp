@@ -26,7 +26,7 @@ struct SiblingNameHash {
     }
 };
 
-void resolveParents(std::vector<FileObject>& objects) {
+void resolveParents(FileObjects& objects) {
     const int count = static_cast<int>(objects.size());
     std::unordered_map<std::int64_t, int> byId;
     byId.reserve(objects.size());
@@ -51,7 +51,7 @@ void resolveParents(std::vector<FileObject>& objects) {
 
 // Walks up from every object; meeting the walk in progress again means a cycle. Every object is
 // walked over once.
-void refuseCycles(const std::vector<FileObject>& objects) {
+void refuseCycles(const FileObjects& objects) {
     const int count = static_cast<int>(objects.size());
     std::vector<char> state(objects.size(), 0);  // 0 unseen, 1 on the current walk, 2 done
     std::vector<int> walk;
@@ -77,7 +77,7 @@ void refuseCycles(const std::vector<FileObject>& objects) {
     }
 }
 
-void refuseMisplacedSettingsAndClashingNames(const std::vector<FileObject>& objects) {
+void refuseMisplacedSettingsAndClashingNames(const FileObjects& objects) {
     const int count = static_cast<int>(objects.size());
     std::map<const db::NodeDef*, int> settings;
     std::unordered_map<SiblingName, int, SiblingNameHash> names;
@@ -102,7 +102,7 @@ void refuseMisplacedSettingsAndClashingNames(const std::vector<FileObject>& obje
 // Parents before children, siblings in file order: a depth-first walk over the children lists,
 // which are laid out in one array (the children of object i start at first[i + 1]).
 void orderForCreation(FileScene& scene) {
-    const std::vector<FileObject>& objects = scene.objects;
+    const FileObjects& objects = scene.objects;
     const std::size_t count = objects.size();
     std::vector<int> first(count + 2, 0);
     for (const FileObject& o : objects) ++first[static_cast<std::size_t>(o.parent + 2)];

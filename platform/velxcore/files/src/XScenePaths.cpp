@@ -43,7 +43,7 @@ std::uint64_t randomBase() {
 }  // namespace
 
 XScenePaths::XScenePaths(const FileScene& scene) : m_scene(scene), m_base(randomBase()) {
-    const std::vector<FileObject>& objects = scene.objects;
+    const FileObjects& objects = scene.objects;
     std::vector<std::uint64_t> hashes(objects.size(), 0);
     m_byHash.reserve(scene.order.size());
     for (std::size_t position = 0; position < scene.order.size(); ++position) {
