@@ -1,5 +1,5 @@
 // Timing and memory benchmarks of the scene core: bulk creation, value writes, burst notification,
-// change queries, undo of large deletions and scene file round trips.
+// change queries, undo of large deletions, scene file round trips and loading deep hierarchies.
 
 #include "NotificationCounter.h"
 
@@ -21,6 +21,7 @@
 #include <chrono>
 #include <cstddef>
 #include <filesystem>
+#include <fstream>
 #include <memory>
 #include <string>
 #include <system_error>
@@ -357,6 +358,98 @@ void BM_SaveLoad100k(benchmark::State& state) {
     }
 }
 BENCHMARK(BM_SaveLoad100k)->Iterations(3)->Unit(benchmark::kMillisecond);
+
+// The process's resident memory in bytes: now ("VmRSS:") or at its peak ("VmHWM:").
+double residentBytes(const char* field) {
+    std::ifstream status("/proc/self/status");
+    std::string line;
+    while (std::getline(status, line))
+        if (line.rfind(field, 0) == 0) return std::stod(line.substr(std::string(field).size())) * 1024.0;
+    return 0.0;
+}
+
+// Starts the peak resident memory anew from the current one; false where the kernel does not allow it.
+bool resetPeakResident() {
+    std::ofstream clear("/proc/self/clear_refs");
+    clear << "5";
+    clear.flush();
+    return static_cast<bool>(clear);
+}
+
+// `chains` top-level transforms, each the head of a parent chain `depth` transforms deep with a
+// value on every link; each chain's deepest transform drives its head and is selected, so the
+// file names objects by their deepest paths.
+void createDeepChains(db::Database& database, int chains, int depth) {
+    std::vector<int> deepest;
+    for (int c = 0; c < chains; ++c) {
+        const int head = createTransform(database, "chain" + std::to_string(c), db::Database::RootId);
+        int link = head;
+        for (int d = 1; d < depth; ++d) {
+            link = createTransform(database, "link", link);
+            database.setValue(translateX(database, link), db::Value(static_cast<float>(d) * 0.5f));
+        }
+        const db::AttrKey headTranslateY{head, database.node(head)->def().topLevelSlot(sg::Index::TranslateX + 1)};
+        database.connect(translateX(database, link), headTranslateY);
+        deepest.push_back(link);
+    }
+    database.setSelection(deepest);
+}
+
+// Loads from disk a ~20 MB scene file made of 1,000-deep parent chains. Budget: 2 s a load and
+// 200 MB of peak resident memory above what the process held before it (peak_rss_growth_mb; the
+// allocator's own peak, sampled as the load reports progress, is peak_heap_growth_mb).
+void BM_LoadDeep(benchmark::State& state) {
+    constexpr std::size_t Chains = 120;
+    const std::filesystem::path file =
+        std::filesystem::temp_directory_path() / ("velx-bench-deep-" + std::to_string(::getpid()) + ".velx");
+    {
+        auto source = makeDatabase();
+        source->beginChangeBlock();
+        createDeepChains(*source, static_cast<int>(Chains), 1000);
+        source->endChangeBlock("create");
+        std::string error;
+        if (!VelX::XSceneFile::save(*source, file.string(), error)) {
+            state.SkipWithError(("cannot write the scene file: " + error).c_str());
+            return;
+        }
+    }
+    std::error_code ec;
+    const double fileBytes = static_cast<double>(std::filesystem::file_size(file, ec));
+    double rssGrowth = 0, heapGrowth = 0;
+    bool peakKnown = true;
+    for (auto _ : state) {
+        state.PauseTiming();
+        auto target = makeDatabase();
+        std::string error;
+        malloc_trim(0);
+        const double rssBefore = residentBytes("VmRSS:");
+        peakKnown = resetPeakResident() && peakKnown;
+        const double heapBefore = heapBytes();
+        double heapPeak = heapBefore;
+        state.ResumeTiming();
+
+        const bool loaded = VelX::XSceneFile::load(*target, file.string(), error, [&](const char*, std::size_t, std::size_t) {
+            heapPeak = std::max(heapPeak, heapBytes());
+        });
+
+        state.PauseTiming();
+        rssGrowth = std::max(rssGrowth, residentBytes("VmHWM:") - rssBefore);
+        heapGrowth = std::max(heapGrowth, heapPeak - heapBefore);
+        const bool complete = loaded && countOfType(*target, sg::TransformNode::Def) == Chains * 1000u &&
+                              target->selection().size() == Chains;
+        target.reset();
+        state.ResumeTiming();
+        if (!complete) {
+            state.SkipWithError(("the deep scene did not load whole: " + error).c_str());
+            break;
+        }
+    }
+    std::filesystem::remove(file, ec);
+    state.counters["file_mb"] = fileBytes / 1e6;
+    if (peakKnown) state.counters["peak_rss_growth_mb"] = rssGrowth / 1e6;
+    state.counters["peak_heap_growth_mb"] = heapGrowth / 1e6;
+}
+BENCHMARK(BM_LoadDeep)->Iterations(3)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 

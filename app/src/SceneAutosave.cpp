@@ -1,6 +1,7 @@
 #include <velxstudio/SceneAutosave.h>
 
 #include <velxcore/XApplication.h>
+#include <velxcore/XAtomicFile.h>
 #include <velxcore/XScene.h>
 #include <velxcore/XSceneFile.h>
 
@@ -35,6 +36,8 @@ SceneAutosave::SceneAutosave(VelX::XScene& scene, const wxString& folder, int in
     : m_scene(scene), m_folder(folder), m_timer(this) {
     const long pid = static_cast<long>(::getpid());
     wxFileName::Mkdir(m_folder, wxS_DIR_DEFAULT, wxPATH_MKDIR_FULL);
+    // A crashed session's last autosave may have been cut short: its temporary file is of no use.
+    VelX::XAtomicFile::RemoveStaleTemporaries(std::string(m_folder.utf8_str()));
     m_lockFile = wxFileName(m_folder, wxString::Format("%s%ld%s", LockPrefix, pid, LockExtension)).GetFullPath();
     m_autosaveFile = autosaveNameFor(m_folder, pid);
     writeLock();

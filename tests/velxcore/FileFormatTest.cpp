@@ -6,13 +6,18 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <limits>
 #include <sstream>
+#include <vector>
 
 using namespace VelX;
 namespace fs = std::filesystem;
@@ -24,6 +29,21 @@ std::string readText(const fs::path& file) {
     std::stringstream text;
     text << in.rdbuf();
     return text.str();
+}
+
+// The pid of a process that has ended.
+long endedProcess() {
+    const pid_t child = ::fork();
+    if (child == 0) ::_exit(0);
+    ::waitpid(child, nullptr, 0);
+    return static_cast<long>(child);
+}
+
+std::vector<std::string> entries(const fs::path& folder) {
+    std::vector<std::string> names;
+    for (const auto& e : fs::directory_iterator(folder)) names.push_back(e.path().filename().string());
+    std::sort(names.begin(), names.end());
+    return names;
 }
 
 class FileFormat : public testing::Test {
@@ -83,4 +103,43 @@ TEST_F(FileFormat, TheAtomicWriterKeepsPermissionsAndMakesFoldersOnlyWhenAsked) 
     EXPECT_EQ(readText(nested), "x");
     for (const auto& entry : fs::recursive_directory_iterator(folder))
         EXPECT_EQ(entry.path().filename().string().find(".tmp-"), std::string::npos) << entry.path();
+}
+
+// Saves that were killed leave their temporary files; the next save of the same file removes
+// those whose writer is gone, and nothing else.
+TEST_F(FileFormat, TheAtomicWriterRemovesTheTemporaryFilesOfKilledSaves) {
+    const std::string gone = std::to_string(endedProcess());
+    const std::string running = std::to_string(::getpid());
+    for (const std::string& name : std::vector<std::string>{
+             "scene.velx.tmp-" + gone + "-1", "scene.velx.tmp-" + gone,   // killed saves, this build and earlier ones
+          "scene.velx.tmp-" + running + "-999",                          // a save in progress here
+          "scene.velx.tmp-" + gone + "-2",                               // locked: a writer elsewhere
+          "other.velx.tmp-" + gone + "-1",                               // another file's
+          "scene.velx.tmp-x1", "scene.velx.tmp-" + gone + "-1.bak", "scene.velx.tmp-",
+             "scene.velx.tmp-" + gone + "-2-3", "ascene.velx.tmp-" + gone + "-1"})
+        std::ofstream(folder / name) << "partial";
+    fs::create_symlink(folder / ("other.velx.tmp-" + gone + "-1"), folder / ("scene.velx.tmp-" + gone + "-3"));
+    const int held = ::open((folder / ("scene.velx.tmp-" + gone + "-2")).c_str(), O_RDONLY | O_CLOEXEC);
+    ASSERT_GE(held, 0);
+    ASSERT_EQ(::flock(held, LOCK_EX), 0);
+
+    std::string error;
+    ASSERT_TRUE(XAtomicFile::Write((folder / "scene.velx").string(), "new", error)) << error;
+    std::vector<std::string> expected = {"ascene.velx.tmp-" + gone + "-1", "other.velx.tmp-" + gone + "-1", "scene.velx",
+                                         "scene.velx.tmp-", "scene.velx.tmp-" + gone + "-1.bak",
+                                         "scene.velx.tmp-" + gone + "-2", "scene.velx.tmp-" + gone + "-3",
+                                         "scene.velx.tmp-" + running + "-999", "scene.velx.tmp-" + gone + "-2-3", "scene.velx.tmp-x1"};
+    std::sort(expected.begin(), expected.end());
+    EXPECT_EQ(entries(folder), expected);
+    EXPECT_EQ(readText(folder / "scene.velx"), "new");
+
+    // A folder of our own (autosaves) is cleaned of every file's stale ones.
+    EXPECT_EQ(XAtomicFile::RemoveStaleTemporaries(folder.string()), 2);
+    expected.erase(std::find(expected.begin(), expected.end(), "other.velx.tmp-" + gone + "-1"));
+    expected.erase(std::find(expected.begin(), expected.end(), "ascene.velx.tmp-" + gone + "-1"));
+    EXPECT_EQ(entries(folder), expected);
+
+    ::close(held);  // its writer is gone now
+    EXPECT_EQ(XAtomicFile::RemoveStaleTemporaries(folder.string()), 1);
+    EXPECT_FALSE(fs::exists(folder / ("scene.velx.tmp-" + gone + "-2")));
 }

@@ -75,6 +75,21 @@ TEST_F(StudioFixture, AutosaveWritesOnlyUnsavedWorkAndACleanExitLeavesNothing) {
     wxFileName::Rmdir(folder, wxPATH_RMDIR_RECURSIVE);
 }
 
+TEST_F(StudioFixture, AStartClearsTheAutosaveFolderOfSavesCutShortByACrash) {
+    const wxString folder = freshFolder("cut");
+    const long crashed = deadProcessId();
+    const wxString cut = wxFileName(folder, wxString::Format("autosave-%ld.velx.tmp-%ld-1", crashed, crashed)).GetFullPath();
+    const wxString notOurs = wxFileName(folder, "notes.txt").GetFullPath();
+    writeText(cut, "{\"format\": \"velx-sc");
+    writeText(notOurs, "kept");
+    {
+        SceneAutosave autosave(scene(), folder, 0);
+        EXPECT_FALSE(wxFileExists(cut));
+        EXPECT_TRUE(wxFileExists(notOurs));
+    }
+    wxFileName::Rmdir(folder, wxPATH_RMDIR_RECURSIVE);
+}
+
 TEST_F(StudioFixture, AutosaveRunsOnItsTimerWhileThereAreUnsavedChanges) {
     const wxString folder = freshFolder("timer");
     SceneAutosave autosave(scene(), folder, 1);

@@ -449,6 +449,7 @@ bool Database::dependsOn(const AttrKey& from, const AttrKey& target) const {
     while (!stack.empty()) {
         AttrKey k = stack.back();
         stack.pop_back();
+        countLoopCheckStep();
         // Reaching the target, or an array or element that holds it, closes a loop.
         if (k.node == target.node && k.slot == target.slot &&
             (k.element < 0 || (k.element == target.element && (k.child < 0 || k.child == target.child))))
@@ -464,29 +465,31 @@ bool Database::dependsOn(const AttrKey& from, const AttrKey& target) const {
     return false;
 }
 
-bool Database::connect(const AttrKey& source, const AttrKey& destination, std::string* reason) {
-    auto fail = [&](const char* why) {
-        if (reason) *reason = why;
-        return false;
-    };
+const char* Database::connectionProblem(const AttrKey& source, const AttrKey& destination, bool checkLoop) const {
     const AttributeDef* src = attributeDef(source);
     const AttributeDef* dst = attributeDef(destination);
-    if (!src || !dst) return fail("no such attribute");
-    if (source == destination) return fail("an attribute cannot feed itself");
-    if (dst->has(Computed) || dst->has(Internal)) return fail("the destination is computed by its object");
-    if (!dst->has(Assigned)) return fail("the destination does not take inputs");
+    if (!src || !dst) return "no such attribute";
+    if (source == destination) return "an attribute cannot feed itself";
+    if (dst->has(Computed) || dst->has(Internal)) return "the destination is computed by its object";
+    if (!dst->has(Assigned)) return "the destination does not take inputs";
     if (isMessageKey(source)) {
-        if (dst->type != ValueType::ObjectRef || isArrayKey(destination))
-            return fail("only an object reference can refer to an object");
-        if (!dst->refType.empty() && !node(source.node)->def().isA(dst->refType))
-            return fail("the object is not of the referenced type");
-    } else {
-        const bool numericDrive = src->has(NumericOutput) && isNumeric(dst->type) && !isArrayKey(destination);
-        if ((src->type != dst->type && !numericDrive) || isArrayKey(source) != isArrayKey(destination))
-            return fail("the attribute types differ");
-        if (src->type == ValueType::Compound || src->type == ValueType::ObjectRef)
-            return fail("compounds and references connect through their fields and objects");
-        if (dependsOn(source, destination)) return fail("the connection would make a cycle");
+        if (dst->type != ValueType::ObjectRef || isArrayKey(destination)) return "only an object reference can refer to an object";
+        if (!dst->refType.empty() && !node(source.node)->def().isA(dst->refType)) return "the object is not of the referenced type";
+        return nullptr;
+    }
+    const bool numericDrive = src->has(NumericOutput) && isNumeric(dst->type) && !isArrayKey(destination);
+    if ((src->type != dst->type && !numericDrive) || isArrayKey(source) != isArrayKey(destination))
+        return "the attribute types differ";
+    if (src->type == ValueType::Compound || src->type == ValueType::ObjectRef)
+        return "compounds and references connect through their fields and objects";
+    if (checkLoop && dependsOn(source, destination)) return LoopProblem;
+    return nullptr;
+}
+
+bool Database::connect(const AttrKey& source, const AttrKey& destination, std::string* reason) {
+    if (const char* problem = connectionProblem(source, destination, true)) {
+        if (reason) *reason = problem;
+        return false;
     }
     AttrKey existing = input(destination);
     if (existing == source) return true;
@@ -521,11 +524,7 @@ void Database::disconnectAll(int id) {
 }
 
 void Database::doConnect(const AttrKey& source, const AttrKey& destination) {
-    m_inputs[destination] = source;
-    m_outputs[source].push_back(destination);
-    ++node(source.node)->m_connections;
-    ++node(destination.node)->m_connections;
-    ++node(destination.node)->m_inputs;
+    linkInput(source, destination);
     if (m_recording) m_open->change->recordConnection(true, isMessageKey(source));
     markDirty(destination);
 }
@@ -533,12 +532,31 @@ void Database::doConnect(const AttrKey& source, const AttrKey& destination) {
 void Database::doDisconnect(const AttrKey& destination) {
     auto in = m_inputs.find(destination);
     if (in == m_inputs.end()) return;
+    const AttrKey source = in->second;
+    unlinkInput(destination);
+    if (m_recording) m_open->change->recordConnection(false, isMessageKey(source));
+    markDirty(destination);
+}
+
+void Database::linkInput(const AttrKey& source, const AttrKey& destination) {
+    m_inputs[destination] = source;
+    m_outputs[source].push_back(destination);
+    ++node(source.node)->m_connections;
+    ++node(destination.node)->m_connections;
+    ++node(destination.node)->m_inputs;
+}
+
+void Database::unlinkInput(const AttrKey& destination) {
+    auto in = m_inputs.find(destination);
+    if (in == m_inputs.end()) return;
     AttrKey source = in->second;
     m_inputs.erase(in);
     auto out = m_outputs.find(source);
     if (out != m_outputs.end()) {
         auto& list = out->second;
-        list.erase(std::remove(list.begin(), list.end(), destination), list.end());
+        // Links being tried are taken back last made, first undone.
+        if (list.back() == destination) list.pop_back();
+        else list.erase(std::remove(list.begin(), list.end(), destination), list.end());
         if (list.empty()) m_outputs.erase(out);
     }
     if (Node* s = node(source.node)) --s->m_connections;
@@ -546,8 +564,6 @@ void Database::doDisconnect(const AttrKey& destination) {
         --d->m_connections;
         --d->m_inputs;
     }
-    if (m_recording) m_open->change->recordConnection(false, isMessageKey(source));
-    markDirty(destination);
 }
 
 // ---------------------------------------------------------------- evaluation
@@ -560,48 +576,59 @@ void Database::recordKey(const AttrKey& key) {
     m_open->change->recordAttribute(key, topLevelOf(*n, key.slot), def->type, n->def());
 }
 
-void Database::markDirty(const AttrKey& seed) {
+void Database::markDirty(const AttrKey& seed) { markDirty(&seed, 1); }
+
+void Database::markDirty(const AttrKey* seeds, std::size_t count) {
+    // Nothing cached and no change being gathered: nothing to tell (a scene being built aside).
+    if (m_cache.empty() && (!m_recording || !m_open)) return;
     // One buffer for every call: a burst of writes allocates nothing here.
     std::vector<AttrKey>& stack = m_dirtyStack;
-    stack.assign(1, seed);
-    bool isSeed = true;
-    while (!stack.empty()) {
-        AttrKey k = stack.back();
-        stack.pop_back();
-        const Node* n = node(k.node);
-        const AttributeDef* def = n ? attributeDef(k) : nullptr;
-        if (!def) {
+    // The walks from several seeds meet: each attribute is then gone through once.
+    std::unordered_set<AttrKey, AttrKeyHash> seen;
+    const bool several = count > 1;
+    for (std::size_t i = 0; i < count; ++i) {
+        stack.assign(1, seeds[i]);
+        bool isSeed = true;
+        while (!stack.empty()) {
+            AttrKey k = stack.back();
+            stack.pop_back();
+            const Node* n = node(k.node);
+            const AttributeDef* def = n ? attributeDef(k) : nullptr;
+            if (!def) {
+                isSeed = false;
+                continue;
+            }
+            const bool computed = def->has(Computed);
+            if (computed) {
+                auto it = m_cache.find(k);
+                if (it != m_cache.end()) {
+                    m_cache.erase(it);
+                } else if (!isSeed) {
+                    continue;  // never read since it last changed: nothing below it is cached either
+                }
+            }
+            const bool again = several && !seen.insert(k).second;
             isSeed = false;
-            continue;
-        }
-        const bool computed = def->has(Computed);
-        if (computed) {
-            auto it = m_cache.find(k);
-            if (it != m_cache.end()) {
-                m_cache.erase(it);
-            } else if (!isSeed) {
-                continue;  // never read since it last changed: nothing below it is cached either
+            if (again) continue;
+            recordKey(k);
+            auto out = m_outputs.find(k);
+            if (out != m_outputs.end()) stack.insert(stack.end(), out->second.begin(), out->second.end());
+            if (k.element >= 0) {
+                // A field or element change is also a change of the element and of the whole array.
+                for (const AttrKey& holder : {k.withElement(k.element), k.arrayKey()}) {
+                    if (holder == k) continue;
+                    auto whole = m_outputs.find(holder);
+                    if (whole != m_outputs.end()) stack.insert(stack.end(), whole->second.begin(), whole->second.end());
+                }
             }
-        }
-        isSeed = false;
-        recordKey(k);
-        auto out = m_outputs.find(k);
-        if (out != m_outputs.end()) stack.insert(stack.end(), out->second.begin(), out->second.end());
-        if (k.element >= 0) {
-            // A field or element change is also a change of the element and of the whole array.
-            for (const AttrKey& holder : {k.withElement(k.element), k.arrayKey()}) {
-                if (holder == k) continue;
-                auto whole = m_outputs.find(holder);
-                if (whole != m_outputs.end()) stack.insert(stack.end(), whole->second.begin(), whole->second.end());
-            }
-        }
-        for (int s : n->def().computedSlots())
-            if (s != k.slot) stack.push_back(AttrKey{k.node, s});
-        if (computed) {
-            for (int c : n->m_children) {
-                const Node* child = node(c);
-                for (const auto& [parentSlot, own] : child->def().parentLinks())
-                    if (parentSlot == k.slot) stack.push_back(AttrKey{c, own});
+            for (int s : n->def().computedSlots())
+                if (s != k.slot) stack.push_back(AttrKey{k.node, s});
+            if (computed) {
+                for (int c : n->m_children) {
+                    const Node* child = node(c);
+                    for (const auto& [parentSlot, own] : child->def().parentLinks())
+                        if (parentSlot == k.slot) stack.push_back(AttrKey{c, own});
+                }
             }
         }
     }

@@ -80,6 +80,7 @@ public:
     // Connections: one source per input; an object reference is a connection from the
     // referenced object's message attribute (slot 0).
     bool connect(const AttrKey& source, const AttrKey& destination, std::string* reason = nullptr);
+    static constexpr const char* LoopProblem = "the connection would make a cycle";
     bool disconnect(const AttrKey& destination);
     AttrKey input(const AttrKey& destination) const;
     void outputs(const AttrKey& source, std::vector<AttrKey>& out) const;
@@ -139,6 +140,9 @@ public:
     void setTimeKey(const AttrKey& key) { m_timeKey = key; }
     const AttrKey& timeKey() const { return m_timeKey; }
     std::uint64_t computeCount() const { return m_computeCount; }
+    // Attributes the loop checks of connections have visited, in every database of the process
+    // (a scene is loaded into one of its own): tells linear work from quadratic.
+    static std::uint64_t loopCheckSteps();
 
     // Database-wide integer ids of attributes, stable for the session.
     int attributeId(const AttrKey& key) const;
@@ -157,6 +161,12 @@ public:
     // and evaluation state. Registered types, observers and settings stay put; observers are not
     // told. Undo and redo of both are cleared. Refused (false) while either has an open block.
     bool takeContents(Database& other);
+    // Makes many connections at once, as a scene read from a file needs: each link is checked as
+    // connect() checks it, but loops are looked for over all the links together, so a long chain
+    // of connections costs time in proportion to its length. Links are made in order up to the
+    // first that connect() would refuse (or whose destination already has an input); returns its
+    // index, links.size() when every link is made.
+    std::size_t connectAll(const std::vector<std::pair<AttrKey, AttrKey>>& links, std::string* reason = nullptr);
 
 private:
     friend struct JournalOp;
@@ -176,6 +186,9 @@ private:
     void doSetStored(const AttrKey& key, const Value& value);
     void doConnect(const AttrKey& source, const AttrKey& destination);
     void doDisconnect(const AttrKey& destination);
+    // The input tables alone: no change record, no dirtiness.
+    void linkInput(const AttrKey& source, const AttrKey& destination);
+    void unlinkInput(const AttrKey& destination);
     void doSelect(const std::vector<int>& ids);
     void doAddCustom(int id, int slot, std::unique_ptr<AttributeDef>& def, const Value& value);
     void doRemoveCustom(int id, int slot, std::unique_ptr<AttributeDef>& def, Value& value);
@@ -192,11 +205,17 @@ private:
     void keepPlaybackAsUndoStep();
     void deliver(std::shared_ptr<DatabaseChange> change, UndoStep* step = nullptr);
     void markDirty(const AttrKey& key);
+    void markDirty(const AttrKey* seeds, std::size_t count);
     void recordKey(const AttrKey& key);
     void collectSubtree(int root, std::vector<int>& out) const;
     void disconnectAll(int id);
     void upstream(const AttrKey& key, std::vector<AttrKey>& out) const;
     bool dependsOn(const AttrKey& from, const AttrKey& target) const;
+    static void countLoopCheckStep();
+    // Why connect() would refuse the link; null when it would make it.
+    const char* connectionProblem(const AttrKey& source, const AttrKey& destination, bool checkLoop) const;
+    // Whether the inputs as they are close a loop through one of these links' destinations.
+    bool hasLoopThrough(const std::vector<std::pair<AttrKey, AttrKey>>& links, std::size_t count) const;
     int topLevelOf(const Node& n, int slot) const;
     std::string uniqueName(int parent, const std::string& wanted, int self) const;
     bool coerce(const AttributeDef& def, bool wholeArray, const Value& in, Value& out) const;

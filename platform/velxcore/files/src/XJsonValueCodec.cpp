@@ -8,6 +8,7 @@
 #include <cfloat>
 #include <charconv>
 #include <cmath>
+#include <cstdio>
 #include <limits>
 #include <vector>
 
@@ -42,16 +43,78 @@ void writeFloats(std::string& out, const float* f, int count) {
     out += ']';
 }
 
-std::vector<float> readFloats(const Json& j, std::size_t count, const std::string& place) {
+void readFloats(const Json& j, float* out, std::size_t count, const std::string& place) {
     if (!j.is_array() || j.size() != count) XJsonValueCodec::expected(place, std::to_string(count) + " numbers", j);
-    std::vector<float> out;
-    for (std::size_t i = 0; i < count; ++i) out.push_back(XJsonValueCodec::readFloat(j[i], XJsonValueCodec::at(place, i)));
-    return out;
+    for (std::size_t i = 0; i < count; ++i) {
+        // The number's place is spelled out only for a message.
+        try {
+            out[i] = XJsonValueCodec::readFloat(j[i], place);
+        } catch (XJsonValueCodec::Error& error) {
+            error.place = XJsonValueCodec::at(place, i) + error.place.substr(place.size());
+            throw;
+        }
+    }
 }
 
+
+// The code point of the UTF-8 sequence at text[i] and its length in bytes; length 0 when the
+// bytes there are not well-formed UTF-8 (overlong forms, surrogates and stray bytes included).
+std::uint32_t decodeUtf8(std::string_view text, std::size_t i, std::size_t& length) {
+    const auto byte = [&](std::size_t k) { return i + k < text.size() ? static_cast<unsigned char>(text[i + k]) : 0u; };
+    const auto continuation = [&](std::size_t k) { return (byte(k) & 0xC0u) == 0x80u; };
+    const unsigned b0 = byte(0);
+    length = 0;
+    if (b0 < 0x80) {
+        length = 1;
+        return b0;
+    }
+    if (b0 >= 0xC2 && b0 <= 0xDF && continuation(1)) {
+        length = 2;
+        return ((b0 & 0x1Fu) << 6) | (byte(1) & 0x3Fu);
+    }
+    if (b0 >= 0xE0 && b0 <= 0xEF && continuation(1) && continuation(2)) {
+        if ((b0 == 0xE0 && byte(1) < 0xA0) || (b0 == 0xED && byte(1) >= 0xA0)) return 0;
+        length = 3;
+        return ((b0 & 0x0Fu) << 12) | ((byte(1) & 0x3Fu) << 6) | (byte(2) & 0x3Fu);
+    }
+    if (b0 >= 0xF0 && b0 <= 0xF4 && continuation(1) && continuation(2) && continuation(3)) {
+        if ((b0 == 0xF0 && byte(1) < 0x90) || (b0 == 0xF4 && byte(1) >= 0x90)) return 0;
+        length = 4;
+        return ((b0 & 0x07u) << 18) | ((byte(1) & 0x3Fu) << 12) | ((byte(2) & 0x3Fu) << 6) | (byte(3) & 0x3Fu);
+    }
+    return 0;
+}
+
+// Characters that print nothing or change how the text around them shows: controls, format and
+// direction marks, line and paragraph separators.
+bool isInvisible(std::uint32_t c) {
+    return c < 0x20 || (c >= 0x7F && c <= 0x9F) || c == 0xAD || c == 0x61C || c == 0x180E ||
+           (c >= 0x200B && c <= 0x200F) || (c >= 0x2028 && c <= 0x202E) || (c >= 0x2060 && c <= 0x206F) ||
+           c == 0xFEFF || (c >= 0xFFF9 && c <= 0xFFFB);
+}
+
+std::string escaped(std::uint32_t c) {
+    switch (c) {
+    case '\n': return "\\n";
+    case '\r': return "\\r";
+    case '\t': return "\\t";
+    case '\\': return "\\\\";
+    default: break;
+    }
+    char text[16];
+    std::snprintf(text, sizeof text, "\\u%04X", static_cast<unsigned>(c));
+    return text;
+}
+
+// The choices of an enumeration for a message. A file's own attributes bring their own choices,
+// so the list is cut short like any text from a file.
 std::string joined(const std::vector<std::string>& names) {
+    constexpr std::size_t Enough = 120;
     std::string out;
-    for (const std::string& n : names) out += (out.empty() ? "" : ", ") + n;
+    for (const std::string& n : names) {
+        if (out.size() > Enough) return out + ", ...";
+        out += (out.empty() ? "" : ", ") + XJsonValueCodec::excerpt(n, 30);
+    }
     return out;
 }
 
@@ -182,8 +245,52 @@ void XJsonValueCodec::fail(const std::string& place, const std::string& problem)
 std::string XJsonValueCodec::shown(const Json& j) {
     if (j.is_array()) return "an array";
     if (j.is_object()) return "an object";
-    std::string text = j.dump(-1, ' ', false, Json::error_handler_t::replace);
-    return text.size() > 40 ? text.substr(0, 37) + "..." : text;
+    if (j.is_string()) return "\"" + excerpt(j.get_ref<const std::string&>(), 40) + "\"";
+    return j.dump();  // a number, true, false or null: short
+}
+
+std::string XJsonValueCodec::excerpt(std::string_view text, std::size_t limit) {
+    std::string out;
+    std::size_t width = 0;
+    for (std::size_t i = 0; i < text.size();) {
+        std::size_t length = 0;
+        const std::uint32_t c = decodeUtf8(text, i, length);
+        std::string unit;
+        if (length == 0) {
+            char hex[16];
+            std::snprintf(hex, sizeof hex, "\\x%02X", static_cast<unsigned char>(text[i]));
+            unit = hex;
+            length = 1;
+        } else if (isInvisible(c) || c == '\\') {
+            unit = escaped(c);
+        }
+        // A character shown as itself takes one place, an escape its length.
+        const std::size_t unitWidth = unit.empty() ? 1 : unit.size();
+        if (width + unitWidth > limit) return out + "...";
+        if (unit.empty()) out.append(text.data() + i, length);
+        else out += unit;
+        width += unitWidth;
+        i += length;
+    }
+    return out;
+}
+
+// The JSON library quotes what it last read ("...; last read: '<text>'; expected ..."): that text
+// becomes an excerpt, the rest of the message is the library's own.
+std::string XJsonValueCodec::parserMessage(const std::string& what) {
+    const std::string quoteStart = "; last read: '";
+    const std::size_t start = what.find(quoteStart);
+    if (start == std::string::npos) return what;
+    const std::size_t tokenStart = start + quoteStart.size();
+    std::size_t tokenEnd = what.rfind("'; expected ");
+    if (tokenEnd == std::string::npos || tokenEnd < tokenStart) tokenEnd = what.rfind('\'');
+    if (tokenEnd == std::string::npos || tokenEnd < tokenStart) tokenEnd = what.size();
+    return what.substr(0, tokenStart) + excerpt(std::string_view(what).substr(tokenStart, tokenEnd - tokenStart)) +
+           what.substr(tokenEnd);
+}
+
+std::string XJsonValueCodec::keyPlace(const std::string& place, std::string_view key) {
+    return place.empty() ? excerpt(key) : place + "." + excerpt(key);
 }
 
 void XJsonValueCodec::expected(const std::string& place, const std::string& what, const Json& j) {
@@ -200,7 +307,7 @@ const XJsonValueCodec::Json* XJsonValueCodec::member(const Json& object, const c
 void XJsonValueCodec::onlyKeys(const Json& object, std::initializer_list<const char*> keys, const std::string& place) {
     for (auto it = object.begin(); it != object.end(); ++it)
         if (std::none_of(keys.begin(), keys.end(), [&](const char* k) { return it.key() == k; }))
-            fail(place.empty() ? it.key() : place + "." + it.key(), "unknown key");
+            fail(keyPlace(place, it.key()), "unknown key");
 }
 
 bool XJsonValueCodec::readInteger(const Json& j, std::int64_t& out) {
@@ -274,17 +381,20 @@ db::Value XJsonValueCodec::readValue(const AttributeDef& a, const Json& j, const
         if (!j.is_string()) expected(place, "a string", j);
         return j.get<std::string>();
     case ValueType::Vector: {
-        std::vector<float> f = readFloats(j, 3, place);
+        float f[3];
+        readFloats(j, f, 3, place);
         return Velutils::Vec3{f[0], f[1], f[2]};
     }
     case ValueType::Quaternion: {
-        std::vector<float> f = readFloats(j, 4, place);
+        float f[4];
+        readFloats(j, f, 4, place);
         return Velutils::Quat{f[0], f[1], f[2], f[3]};
     }
     case ValueType::Matrix: {
-        std::vector<float> f = readFloats(j, 16, place);
+        float f[16];
+        readFloats(j, f, 16, place);
         Velutils::Matrix4 m;
-        for (int i = 0; i < 16; ++i) m.m[i / 4][i % 4] = f[static_cast<std::size_t>(i)];
+        for (int i = 0; i < 16; ++i) m.m[i / 4][i % 4] = f[i];
         return m;
     }
     case ValueType::ObjectRef:
@@ -297,8 +407,14 @@ db::Value XJsonValueCodec::readValue(const AttributeDef& a, const Json& j, const
         for (auto it = j.begin(); it != j.end(); ++it) {
             auto f = std::find_if(a.children.begin(), a.children.end(),
                                   [&](const AttributeDef& c) { return c.name == it.key(); });
-            if (f == a.children.end()) fail(place + "." + it.key(), "no field '" + it.key() + "' in '" + a.name + "'");
-            fields[static_cast<std::size_t>(f - a.children.begin())] = readValue(*f, it.value(), place + "." + it.key());
+            if (f == a.children.end()) fail(keyPlace(place, it.key()), "no field '" + excerpt(it.key()) + "' in '" + a.name + "'");
+            // The field's place is spelled out only for a message.
+            try {
+                fields[static_cast<std::size_t>(f - a.children.begin())] = readValue(*f, it.value(), place);
+            } catch (Error& error) {
+                error.place = keyPlace(place, it.key()) + error.place.substr(place.size());
+                throw;
+            }
         }
         return fields;
     }

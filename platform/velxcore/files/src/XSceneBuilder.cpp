@@ -3,6 +3,7 @@
 #include <veldatabase/Database.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace VelX {
 
@@ -18,12 +19,12 @@ db::AttrKey keyOf(const FileEndpoint& end, const std::vector<int>& ids) {
     return key;
 }
 
-void buildObjects(db::Database& target, const FileScene& scene, std::vector<int>& ids,
+void buildObjects(db::Database& target, FileScene& scene, std::vector<int>& ids,
                   const XSceneFile::Progress& progress) {
     std::size_t built = 0;
     for (int i : scene.order) {
         if (progress && (built++ & 4095) == 0) progress("Building", built - 1, scene.order.size());
-        const FileObject& o = scene.objects[static_cast<std::size_t>(i)];
+        FileObject& o = scene.objects[static_cast<std::size_t>(i)];
         int parent = o.parent >= 0 ? ids[static_cast<std::size_t>(o.parent)] : db::Database::RootId;
         int id = target.create(*o.def, o.name, parent);
         if (id < 0) Codec::fail(objectPlace(i), "the object could not be created");
@@ -36,6 +37,7 @@ void buildObjects(db::Database& target, const FileScene& scene, std::vector<int>
         for (const SlotValue& r : o.referenceArrays)
             if (!target.resizeArray(db::AttrKey{id, r.slot}, r.value.asInt()))
                 Codec::fail(valuePlace(o, i, r.slot), "the array was refused");
+        std::vector<SlotValue>().swap(o.values);
     }
     // Every scene has one object of each settings type: older files may lack some.
     for (const db::NodeDef* def : target.types()) {
@@ -49,16 +51,21 @@ void buildObjects(db::Database& target, const FileScene& scene, std::vector<int>
 
 }  // namespace
 
-void XSceneBuilder::build(db::Database& target, const FileScene& scene, const XSceneFile::Progress& progress) {
+void XSceneBuilder::build(db::Database& target, FileScene& scene, const XSceneFile::Progress& progress) {
     std::vector<int> ids(scene.objects.size(), -1);
     target.beginChangeBlock();
     try {
         buildObjects(target, scene, ids, progress);
-        for (std::size_t i = 0; i < scene.connections.size(); ++i) {
-            const FileConnection& c = scene.connections[i];
-            std::string reason;
-            if (!target.connect(keyOf(c.from, ids), keyOf(c.to, ids), &reason))
-                Codec::fail(Codec::at("connections", i), "cannot connect " + c.fromText + " to " + c.toText + ": " + reason);
+        // Checked for loops all together: a long chain of connections costs no more than its length.
+        std::vector<std::pair<db::AttrKey, db::AttrKey>> links;
+        links.reserve(scene.connections.size());
+        for (const FileConnection& c : scene.connections) links.emplace_back(keyOf(c.from, ids), keyOf(c.to, ids));
+        std::string reason;
+        const std::size_t made = target.connectAll(links, &reason);
+        if (made < links.size()) {
+            const FileConnection& c = scene.connections[made];
+            Codec::fail(Codec::at("connections", made), "cannot connect " + Codec::excerpt(c.fromText) + " to " +
+                                                            Codec::excerpt(c.toText) + ": " + reason);
         }
         std::vector<int> selection;
         for (int i : scene.selection) selection.push_back(ids[static_cast<std::size_t>(i)]);

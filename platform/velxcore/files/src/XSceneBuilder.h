@@ -16,8 +16,9 @@ namespace VelX {
 class XSceneBuilder {
 public:
     // One change block that does not become an undo step. Throws XJsonValueCodec::Error when the
-    // database refuses something the file asks for.
-    static void build(db::Database& target, const FileScene& scene, const XSceneFile::Progress& progress);
+    // database refuses something the file asks for. Each object's values are let go once it is
+    // built, so the scene is not held twice.
+    static void build(db::Database& target, FileScene& scene, const XSceneFile::Progress& progress);
 };
 
 }  // namespace VelX

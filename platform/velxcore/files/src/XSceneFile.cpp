@@ -1,8 +1,10 @@
 // Scene files: the facade over the writer, the validating reader and the builder, and the atomic
 // save. A file is read and checked completely and built aside before it replaces a scene.
+#include "XRegularFile.h"
 #include "XSceneBuilder.h"
 #include "XSceneReader.h"
 #include "XSceneWriter.h"
+#include "XTextCursor.h"
 
 #include <velxcore/XAtomicFile.h>
 #include <velxcore/XSceneFile.h>
@@ -11,33 +13,18 @@
 
 #include <nlohmann/json.hpp>
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
+#include <new>
+#include <stdexcept>
 
 namespace VelX {
 
 namespace {
 
-using Json = XJsonValueCodec::Json;
-
-std::string syntaxError(const std::string& file, const std::string& text, std::size_t byte, const std::string& what) {
-    std::size_t pos = std::min<std::size_t>(byte > 0 ? byte - 1 : 0, text.size());
-    std::size_t line = 1, lineStart = 0;
-    for (std::size_t k = 0; k < pos; ++k)
-        if (text[k] == '\n') ++line, lineStart = k + 1;
-    std::size_t from = what.find("syntax error");
-    std::string problem = from != std::string::npos ? what.substr(from) : what.substr(what.find(']') + 1);
-    problem.erase(0, problem.find_first_not_of(' '));
-    std::string message = file + ": line " + std::to_string(line) + ", column " + std::to_string(pos - lineStart + 1) +
-                          ": " + problem;
-    if (text.empty()) message += " (the file is empty)";
-    else if (byte > text.size()) message += " (the file ends too early: it may be truncated)";
-    return message;
+// A file may ask for more than the machine has: that is a refusal like any other.
+std::string outOfMemory(const std::string& file, std::size_t textBytes) {
+    return file + ": there is not enough memory to load this scene" +
+           (textBytes ? " (" + std::to_string(textBytes) + " bytes of text)" : std::string());
 }
 
 std::string describe(const std::string& file, const XJsonValueCodec::Error& e) {
@@ -56,35 +43,53 @@ bool XSceneFile::save(const db::Database& database, const std::string& fileName,
     return true;
 }
 
-bool XSceneFile::loadJson(db::Database& database, const std::string& text, const std::string& fileName,
-                          std::string& error, const Progress& progress) {
+namespace {
+
+// Reads and checks the whole text; the scene's contents are then independent of it.
+bool readScene(const db::Database& types, std::string_view text, const std::string& file, FileScene& scene,
+               std::string& error, const XSceneFile::Progress& progress) {
+    XTextCursor cursor(text);
+    XSceneReader reader(types, progress, cursor);
+    std::string problem;
+    if (!reader.parse(problem)) {
+        error = file + ": " + problem;
+        return false;
+    }
+    scene = reader.scene();
+    return true;
+}
+
+// The scene is built once, aside: whatever the file or the database refuses leaves the open scene
+// untouched. Its ids follow the open scene's, so no id is handed out twice in a session. A text
+// the loader read itself (`owned`) is let go before the scene is built.
+bool loadScene(db::Database& database, std::string_view text, std::string* owned, const std::string& fileName,
+               std::string& error, const XSceneFile::Progress& progress) {
     const std::string file = fileName.empty() ? "scene" : fileName;
     if (database.blockDepth() > 0) {
         error = file + ": cannot load a scene while a change block is open";
         return false;
     }
-    // The scene is built once, aside: whatever the file or the database refuses leaves the open
-    // scene untouched. Its ids follow the open scene's, so no id is handed out twice in a session.
+    const std::size_t textBytes = text.size();
     db::Database scratch;
-    for (const db::NodeDef* def : database.types()) scratch.registerType(*def);
-    scratch.setRecording(false);
-    scratch.reserveIds(database.idLimit());
     try {
+        for (const db::NodeDef* def : database.types()) scratch.registerType(*def);
+        scratch.setRecording(false);
+        scratch.reserveIds(database.idLimit());
         FileScene scene;
-        {
-            XSceneReader reader(database, progress);
-            if (!Json::sax_parse(text, &reader)) {
-                error = syntaxError(file, text, reader.errorByte, reader.errorText);
-                return false;
-            }
-            scene = reader.scene();
-        }
+        if (!readScene(database, text, file, scene, error, progress)) return false;
+        if (owned) std::string().swap(*owned);
         XSceneBuilder::build(scratch, scene, progress);
     } catch (const XJsonValueCodec::Error& e) {
         error = describe(file, e);
         return false;
     } catch (const nlohmann::json::exception& e) {
-        error = file + ": " + e.what();
+        error = file + ": " + XJsonValueCodec::excerpt(e.what(), 200);
+        return false;
+    } catch (const std::bad_alloc&) {
+        error = outOfMemory(file, textBytes);
+        return false;
+    } catch (const std::length_error&) {
+        error = outOfMemory(file, textBytes);
         return false;
     }
 
@@ -105,32 +110,25 @@ bool XSceneFile::loadJson(db::Database& database, const std::string& text, const
     return true;
 }
 
+}  // namespace
+
+bool XSceneFile::loadJson(db::Database& database, const std::string& text, const std::string& fileName,
+                          std::string& error, const Progress& progress) {
+    return loadScene(database, text, nullptr, fileName, error, progress);
+}
+
 bool XSceneFile::load(db::Database& database, const std::string& fileName, std::string& error,
                       const Progress& progress) {
-    int fd = ::open(fileName.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) {
-        error = "cannot open '" + fileName + "': " + std::strerror(errno);
+    std::string text;
+    try {
+        XRegularFile::Progress reading;
+        if (progress) reading = [&](std::size_t done, std::size_t total) { progress("Reading", done, total); };
+        if (!XRegularFile::Read(fileName, MaxFileBytes, text, error, reading)) return false;
+    } catch (const std::bad_alloc&) {
+        error = outOfMemory(fileName, 0);
         return false;
     }
-    struct stat info {};
-    const std::size_t size = ::fstat(fd, &info) == 0 && info.st_size > 0 ? static_cast<std::size_t>(info.st_size) : 0;
-    std::string text;
-    text.reserve(size);
-    char buffer[65536];
-    for (;;) {
-        if (progress && (text.size() & ((1u << 22) - 1)) < sizeof buffer) progress("Reading", text.size(), size);
-        ssize_t n = ::read(fd, buffer, sizeof buffer);
-        if (n < 0 && errno == EINTR) continue;
-        if (n < 0) {
-            error = "cannot read '" + fileName + "': " + std::strerror(errno);
-            ::close(fd);
-            return false;
-        }
-        if (n == 0) break;
-        text.append(buffer, static_cast<std::size_t>(n));
-    }
-    ::close(fd);
-    return loadJson(database, text, fileName, error, progress);
+    return loadScene(database, text, &text, fileName, error, progress);
 }
 
 }  // namespace VelX

@@ -11,8 +11,8 @@
 #include <veldatabase/Value.h>
 
 #include <cstdint>
+#include <deque>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 namespace VelX {
@@ -35,16 +35,16 @@ struct FileObject {
     const db::NodeDef* def = nullptr;
     std::string name;
     std::int64_t id = 0;
-    bool hasParent = false;
     std::int64_t parentId = 0;
     int parent = -1;  // index in the file, -1 = top level
-    std::vector<int> children;
+    bool hasParent = false;
     std::vector<db::AttributeDef> custom;
-    std::vector<SlotValue> values;                     // arrays whole
-    std::vector<SlotValue> referenceArrays;            // element counts
-    std::unordered_map<int, int> arraySizes;
-    std::string path;
+    std::vector<SlotValue> values;           // arrays whole
+    std::vector<SlotValue> referenceArrays;  // element counts
 };
+
+// Objects are added one by one as they are read: a deque never moves them to grow.
+using FileObjects = std::deque<FileObject>;
 
 struct FileEndpoint {
     int object = -1;  // index in the file, -1 = scene root
@@ -57,11 +57,11 @@ struct FileConnection {
 };
 
 struct FileScene {
-    std::vector<FileObject> objects;
+    FileObjects objects;
     std::vector<int> order;  // creation order: parents before children, siblings in file order
     std::vector<FileConnection> connections;
-    std::vector<int> selection;
-    std::unordered_map<std::string, int> paths;  // object path -> index in the file
+    std::vector<std::string> selectionPaths;  // as written
+    std::vector<int> selection;               // index in the file of each
 };
 
 // "objects[i]".

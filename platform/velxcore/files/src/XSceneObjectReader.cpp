@@ -1,5 +1,7 @@
 #include "XSceneObjectReader.h"
 
+#include <velxcore/XSceneFile.h>
+
 #include <veldatabase/Database.h>
 
 #include <nlohmann/json.hpp>
@@ -21,41 +23,67 @@ void readFileValue(FileObject& o, int slot, const AttributeDef& a, const Json& j
     }
     if (!j.is_array()) Codec::expected(place, "an array", j);
     db::ValueList list;
-    for (std::size_t e = 0; e < j.size(); ++e) list.push_back(Codec::readValue(a, j[e], Codec::at(place, e)));
-    o.arraySizes[slot] = static_cast<int>(list.size());
+    list.reserve(j.size());
+    for (std::size_t e = 0; e < j.size(); ++e) {
+        // The element's place is spelled out only for a message.
+        try {
+            list.push_back(Codec::readValue(a, j[e], place));
+        } catch (Codec::Error& error) {
+            error.place = Codec::at(place, e) + error.place.substr(place.size());
+            throw;
+        }
+    }
     if (a.type == ValueType::ObjectRef) o.referenceArrays.push_back({slot, static_cast<std::int32_t>(list.size())});
     else o.values.push_back({slot, std::move(list)});
+}
+
+// Reads a value with `place` standing in for its own place, which is spelled out only when the
+// value is refused: most values are fine, and a place is a string to build.
+template <class PlaceOfValue>
+void readFileValueAt(FileObject& o, int slot, const AttributeDef& a, const Json& j, const std::string& place,
+                     PlaceOfValue&& placeOfValue) {
+    try {
+        readFileValue(o, slot, a, j, place);
+    } catch (Codec::Error& error) {
+        error.place = placeOfValue() + error.place.substr(place.size());
+        throw;
+    }
 }
 
 void readAttributes(FileObject& o, const Json& j, const std::string& place) {
     if (!j.is_object()) Codec::expected(place, "an object", j);
     const db::NodeDef& def = *o.def;
     for (auto it = j.begin(); it != j.end(); ++it) {
-        const std::string name = it.key();
-        const std::string here = place + "." + name;
+        const std::string& name = it.key();
+        const auto here = [&] { return Codec::keyPlace(place, name); };
         int slot = def.findTopLevel(name);
-        if (slot < 0) Codec::fail(here, "no attribute '" + name + "' on type " + def.typeName());
+        if (slot < 0) Codec::fail(here(), "no attribute '" + Codec::excerpt(name) + "' on type " + def.typeName());
         const db::SlotInfo& info = def.slot(slot);
         const AttributeDef& a = *info.def;
-        if (a.has(db::Computed)) Codec::fail(here, "'" + name + "' is computed by the object and is not saved");
-        if (a.has(db::Internal)) Codec::fail(here, "'" + name + "' is internal and is not saved");
-        if (!isSavedAttribute(a)) Codec::fail(here, "'" + name + "' is an object reference: it is saved as a connection");
+        if (a.has(db::Computed)) Codec::fail(here(), "'" + name + "' is computed by the object and is not saved");
+        if (a.has(db::Internal)) Codec::fail(here(), "'" + name + "' is internal and is not saved");
+        if (!isSavedAttribute(a)) Codec::fail(here(), "'" + name + "' is an object reference: it is saved as a connection");
         if (a.type != ValueType::Compound || a.isArray) {
-            readFileValue(o, slot, a, it.value(), here);
+            readFileValueAt(o, slot, a, it.value(), place, here);
             continue;
         }
-        if (!it.value().is_object()) Codec::expected(here, "an object with the fields of '" + name + "'", it.value());
+        if (!it.value().is_object()) Codec::expected(here(), "an object with the fields of '" + name + "'", it.value());
         for (auto f = it.value().begin(); f != it.value().end(); ++f) {
             int child = def.findChild(slot, f.key());
+            const auto field = [&] { return Codec::keyPlace(here(), f.key()); };
             if (child < 0 || !isSavedAttribute(*def.slot(child).def))
-                Codec::fail(here + "." + f.key(), "no field '" + f.key() + "' in '" + name + "'");
-            readFileValue(o, child, *def.slot(child).def, f.value(), here + "." + f.key());
+                Codec::fail(field(), "no field '" + Codec::excerpt(f.key()) + "' in '" + name + "'");
+            readFileValueAt(o, child, *def.slot(child).def, f.value(), place, field);
         }
     }
 }
 
 void readCustom(FileObject& o, const Json& j, const std::string& place, const db::Database& types) {
     if (!j.is_array()) Codec::expected(place, "an array", j);
+    // Each one is compared with those before it, here and in the database.
+    if (j.size() > static_cast<std::size_t>(XSceneFile::MaxCustomAttributes))
+        Codec::fail(place, "more than the " + std::to_string(XSceneFile::MaxCustomAttributes) +
+                               " custom attributes an object may have in a scene file");
     for (std::size_t k = 0; k < j.size(); ++k) {
         const Json& c = j[k];
         const std::string here = Codec::at(place, k);
@@ -66,11 +94,11 @@ void readCustom(FileObject& o, const Json& j, const std::string& place, const db
         if (!name || !name->is_string()) Codec::expected(here + ".name", "a string", name ? *name : Json());
         a.name = name->get<std::string>();
         if (a.name.empty() || db::Database::sanitizeName(a.name) != a.name)
-            Codec::fail(here + ".name", "'" + a.name + "' is not a valid attribute name");
+            Codec::fail(here + ".name", "'" + Codec::excerpt(a.name) + "' is not a valid attribute name");
         if (o.def->findTopLevel(a.name) >= 0)
             Codec::fail(here + ".name", "'" + a.name + "' is already an attribute of type " + o.def->typeName());
         for (const AttributeDef& other : o.custom)
-            if (other.name == a.name) Codec::fail(here + ".name", "'" + a.name + "' is defined twice");
+            if (other.name == a.name) Codec::fail(here + ".name", "'" + Codec::excerpt(a.name) + "' is defined twice");
         a.displayName = a.name;
         const Json* type = Codec::member(c, "type");
         std::int64_t code = 0;
@@ -94,7 +122,7 @@ void readCustom(FileObject& o, const Json& j, const std::string& place, const db
             if (!refType->is_string()) Codec::expected(here + ".refType", "a string", *refType);
             a.refType = refType->get<std::string>();
             if (!a.refType.empty() && !types.findType(a.refType))
-                Codec::fail(here + ".refType", "unknown object type '" + a.refType + "'");
+                Codec::fail(here + ".refType", "unknown object type '" + Codec::excerpt(a.refType) + "'");
         }
         const int slot = o.def->slotCount() + static_cast<int>(o.custom.size());
         o.custom.push_back(a);

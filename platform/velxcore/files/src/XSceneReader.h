@@ -1,12 +1,13 @@
 #pragma once
 
 #include "XSceneFileContents.h"
-#include "XSceneObjectReader.h"
+#include "XTextCursor.h"
 
 #include <velxcore/XSceneFile.h>
 
 #include <nlohmann/json.hpp>
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -17,109 +18,99 @@ class Database;
 
 namespace VelX {
 
-// Reads the text as a stream of parse events. Each element of the top-level "objects" array is
-// built on its own and read at once, so the whole scene is never held as one document; the rest
-// of the text becomes `doc`. The first object error waits for scene(), which reports it after
-// the checks that come before the objects, and the rest of the text is still checked for syntax.
+// Reads a scene file's text as a stream of parse events. Only one element of the "objects",
+// "connections" or "selection" lists is held as a JSON value at a time, read at once and let go,
+// so memory follows what the scene needs, not the text. While it reads it refuses, with the line
+// and column, a key given twice in one JSON object, an unknown key of the scene and whatever is
+// beyond the limits of XSceneFile. The first problem inside an element waits for scene(), which
+// reports it after the checks that come before it; the rest of the text is still checked.
 class XSceneReader {
 public:
     using Json = XJsonValueCodec::Json;
 
-    XSceneReader(const db::Database& types, const XSceneFile::Progress& progress) : m_types(types), m_progress(progress) {}
+    XSceneReader(const db::Database& types, const XSceneFile::Progress& progress, XTextCursor& cursor)
+        : m_types(types), m_progress(progress), m_cursor(cursor) {}
 
-    // The file's contents once the whole text is parsed: checks the document, then the objects
-    // (links parents, orders them for creation), then connections and selection.
+    // Parses the whole text. False when it is not JSON or is refused while reading; the problem
+    // then starts with its place ("line 3, column 7: ...").
+    bool parse(std::string& problem);
+    // The file's contents once parsed: checks the document, then the objects (links parents, orders
+    // them for creation), then connections and selection. Throws XJsonValueCodec::Error.
     FileScene scene();
 
-    Json doc;
-    std::vector<FileObject> objects;
-    std::optional<XJsonValueCodec::Error> objectError;
-    std::size_t errorByte = 0;  // where the text stops being JSON, with the parser's message
-    std::string errorText = "syntax error";
-
+    // ---- parse events (the JSON library's interface)
     bool null() { return value(Json(nullptr)); }
     bool boolean(bool b) { return value(Json(b)); }
     bool number_integer(Json::number_integer_t n) { return value(Json(n)); }
     bool number_unsigned(Json::number_unsigned_t n) { return value(Json(n)); }
     bool number_float(Json::number_float_t n, const Json::string_t&) { return value(Json(n)); }
-    bool string(Json::string_t& text) { return value(Json(std::move(text))); }
+    bool string(Json::string_t& text);
     bool binary(Json::binary_t& bytes) { return value(Json(bytes)); }
     bool start_object(std::size_t) { return open(Json::value_t::object); }
     bool end_object() { return close(); }
     bool start_array(std::size_t) { return open(Json::value_t::array); }
     bool end_array() { return close(); }
-    bool key(Json::string_t& name) {
-        m_key = std::move(name);
-        return true;
-    }
-    bool parse_error(std::size_t byte, const std::string&, const Json::exception& e) {
-        errorByte = byte;
-        errorText = e.what();
-        return false;
-    }
+    bool key(Json::string_t& name);
+    bool parse_error(std::size_t byte, const std::string&, const Json::exception& e);
 
 private:
-    // Puts a value into the innermost open container, or makes it the document.
-    Json* add(Json&& v) {
-        if (m_open.empty()) {
-            doc = std::move(v);
-            return &doc;
-        }
-        Json& top = *m_open.back();
-        if (top.is_object()) return &(top[m_key] = std::move(v));
-        top.push_back(std::move(v));
-        return &top.back();
-    }
-    bool inObjects() const { return m_objectsDepth != 0 && m_open.size() == m_objectsDepth; }
-    bool value(Json&& v) {
-        if (inObjects()) readElement(v);
-        else add(std::move(v));
-        return true;
-    }
-    bool open(Json::value_t type) {
-        if (inObjects()) {
-            m_element = Json(type);
-            m_open.push_back(&m_element);
-            return true;
-        }
-        const bool objectsArray = type == Json::value_t::array && m_open.size() == 1 && m_open.back()->is_object() &&
-                                  m_key == "objects";
-        m_open.push_back(add(Json(type)));
-        if (objectsArray) {
-            // A repeated key replaces the earlier value, as it does in a document.
-            m_objectsDepth = m_open.size();
-            objects.clear();
-            objectError.reset();
-            m_index = 0;
-        }
-        return true;
-    }
-    bool close() {
-        m_open.pop_back();
-        if (m_objectsDepth != 0 && m_open.size() == m_objectsDepth) readElement(m_element);
-        else if (m_open.size() < m_objectsDepth) m_objectsDepth = 0;
-        return true;
-    }
-    void readElement(const Json& j) {
-        const int i = m_index++;
-        if (m_progress && (i & (ProgressStep - 1)) == 0) m_progress("Parsing", static_cast<std::size_t>(i), 0);
-        if (objectError) return;
-        try {
-            objects.push_back(XSceneObjectReader::read(j, i, m_types));
-        } catch (const XJsonValueCodec::Error& e) {
-            objectError = e;
-        }
-    }
+    // What an open JSON container is to the reader.
+    enum class Level : std::uint8_t { Document, Objects, Connections, Selection, Element, Skipped };
+    // The keys of the document, in the order scene() checks them.
+    enum DocumentKey { Format, Version, Objects, Connections, Selection, DocumentKeyCount };
 
-    static constexpr int ProgressStep = 4096;  // objects between two progress reports (a power of two)
+    struct Frame {
+        Level level;
+        Json* container = nullptr;         // Element: the JSON object or array being built
+        const std::string* key = nullptr;  // Element: its key in the enclosing JSON object
+        std::size_t index = 0;             // Element: its index in the enclosing list
+        std::size_t elements = 0;          // lists and JSON arrays: elements so far
+    };
+
+    // A document value that is not what it should be, kept for the message (an empty container
+    // stands for any container: only its kind is shown).
+    struct DocumentValue {
+        bool present = false;
+        bool nonEmpty = false;  // a list with elements, or anything that is not a list
+        std::optional<Json> wrong;
+    };
+
+    bool value(Json&& v);
+    bool open(Json::value_t type);
+    bool close();
+    // Puts a value into the element's innermost open container; null when a limit refuses it.
+    Json* addToElement(Frame& top, Json&& v, const std::string*& key);
+    bool startListElement(Frame& list);
+    bool countElement(Frame& list, std::size_t limit);
+    void readElement(Level list, Json& j, std::size_t index);
+    void readObject(const Json& j, std::size_t index);
+    void readConnection(Json& j, std::size_t index);
+    void readSelected(Json& j, std::size_t index);
+
+    bool refuse(std::size_t byte, const std::string& problem);
+    std::string placeOf(std::size_t frames) const;  // the place of frames [0, frames)
+    std::string placeOfNextValue() const;
+    std::string syntaxProblem() const;
 
     const db::Database& m_types;
     const XSceneFile::Progress& m_progress;
-    std::vector<Json*> m_open;  // open containers, outermost first
-    std::string m_key;
-    std::size_t m_objectsDepth = 0;  // m_open's size while inside the "objects" array, else 0
-    Json m_element;
-    int m_index = 0;
+    XTextCursor& m_cursor;
+
+    std::vector<Frame> m_frames;  // open containers, outermost first
+    std::string m_key;            // the last key read
+    Json m_element;               // the list element being built
+    DocumentKey m_documentKey = Format;
+    bool m_rootIsObject = false;
+    Json m_root;  // a root that is not an object, for the message
+    std::optional<Json> m_format, m_version;
+    DocumentValue m_lists[3];  // objects, connections, selection
+    std::uint32_t m_seenKeys = 0;
+
+    FileScene m_scene;
+    std::optional<XJsonValueCodec::Error> m_objectError, m_connectionError, m_selectionError;
+    std::string m_refusal;
+    std::size_t m_errorByte = 0;  // where the text stops being JSON, with the parser's message
+    std::string m_errorText = "syntax error";
 };
 
 }  // namespace VelX

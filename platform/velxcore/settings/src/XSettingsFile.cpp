@@ -62,7 +62,7 @@ Json withoutUnknownFields(const AttributeDef& a, const Json& element, const std:
         const bool isField = std::any_of(a.children.begin(), a.children.end(),
                                          [&](const AttributeDef& f) { return f.name == it.key(); });
         if (isField) known[it.key()] = it.value();
-        else ignored.push_back(place + "." + it.key());
+        else ignored.push_back(Codec::keyPlace(place, it.key()));
     }
     return known;
 }
@@ -95,7 +95,7 @@ void checkRange(int index, db::Value& v, const std::string& place) {
         for (std::size_t i = 0; i < list.size(); ++i) {
             const std::string& entry = list[i].asString();
             if (!XTrustStore::IsEntry(entry))
-                Codec::fail(Codec::at(place, i), "expected \"file-path|sha256-hex\", found \"" + entry + "\"");
+                Codec::fail(Codec::at(place, i), "expected \"file-path|sha256-hex\", found \"" + Codec::excerpt(entry) + "\"");
         }
         break;
     }
@@ -113,7 +113,7 @@ void readSection(const db::Database& d, int id, const Json& section, const std::
     if (!section.is_object()) Codec::expected(name, "an object", section);
     const db::NodeDef& def = d.node(id)->def();
     for (auto it = section.begin(); it != section.end(); ++it) {
-        const std::string place = name + "." + it.key();
+        const std::string place = Codec::keyPlace(name, it.key());
         int index = def.findTopLevel(it.key());
         int slot = index >= 0 ? def.topLevelSlot(index) : -1;
         if (slot < 0 || !XSettingsFile::IsStored(*def.slot(slot).def, index)) {
@@ -126,14 +126,15 @@ void readSection(const db::Database& d, int id, const Json& section, const std::
     }
 }
 
-// "[json.exception.parse_error.101] parse error at line 1, ..." -> "parse error at line 1, ...".
+// "[json.exception.parse_error.101] parse error at line 1, ..." -> "parse error at line 1, ...", with
+// the text it quotes cut short.
 std::string jsonMessage(const std::exception& e) {
     std::string text = e.what();
     if (!text.empty() && text[0] == '[') {
         std::size_t close = text.find("] ");
         if (close != std::string::npos) text = text.substr(close + 2);
     }
-    return text;
+    return Codec::parserMessage(text);
 }
 
 }  // namespace
@@ -186,7 +187,7 @@ bool XSettingsFile::Read(const db::Database& d, int applicationId, int sceneId, 
             } else if (key == "scene") {
                 readSection(d, sceneId, *it, key, false, values, ignored);
             } else {
-                ignored.push_back(key);
+                ignored.push_back(Codec::excerpt(key));
             }
         }
         return true;

@@ -14,10 +14,21 @@ public:
     // folder is the user's choice and must exist). A file being replaced keeps its permissions; a new one
     // gets the usual ones (0666 less the umask). On failure the target is untouched, no temporary
     // file is left behind and the message says which step failed on which path and why
-    // ("cannot flush '/x/scene.json.tmp-42': No space left on device").
+    // ("cannot flush '/x/scene.json.tmp-42-1': No space left on device").
+    // Temporary files left beside the target by saves that were killed are removed first (see
+    // RemoveStaleTemporaries).
     enum class Folders { MustExist, Make };
     static bool Write(const std::string& path, const std::string& text, std::string& error,
                       Folders folders = Folders::MustExist);
+
+    // A temporary file is named "<target>.tmp-<pid>-<n>" and its writer holds an exclusive lock
+    // (flock) on it until it is renamed. The kernel drops the lock when the writer dies, however
+    // it dies, so a temporary file whose lock can be taken is stale; the pid in the name keeps a
+    // file that its writer on this machine has just made and not yet locked, and the files of
+    // earlier builds ("<target>.tmp-<pid>"), which took no lock. Write removes the stale ones of
+    // its own target; this removes those of every file in a folder that holds only files written
+    // here (the autosave folder). Returns how many were removed.
+    static int RemoveStaleTemporaries(const std::string& folder);
 };
 
 }  // namespace VelX

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <initializer_list>
 #include <string>
+#include <string_view>
 
 namespace db {
 struct AttributeDef;
@@ -57,7 +58,15 @@ public:
     [[noreturn]] static void expected(const std::string& place, const std::string& what, const Json& found);
     // A short form of a value for messages ("an array", "\"abc\"", "12").
     static std::string shown(const Json& j);
+    // Text from a file as a message may quote it: at most `limit` characters, control and invisible
+    // characters and broken UTF-8 escaped, never cut inside a character, "..." when cut.
+    static std::string excerpt(std::string_view text, std::size_t limit = ExcerptLength);
+    static constexpr std::size_t ExcerptLength = 60;
+    // The JSON library's message with the file's text it quotes ("last read: '...'") as an excerpt.
+    static std::string parserMessage(const std::string& what);
     static std::string at(const std::string& place, std::size_t index);  // place[index]
+    // place.key, the key as an excerpt (a key may be anything a file holds).
+    static std::string keyPlace(const std::string& place, std::string_view key);
     static const Json* member(const Json& object, const char* key);
     // Fails on the first key of the object that is not one of these.
     static void onlyKeys(const Json& object, std::initializer_list<const char*> keys, const std::string& place);

@@ -18,6 +18,18 @@ class XSceneFile {
 public:
     static constexpr int FormatVersion = 1;
 
+    // What a file may ask for. Each is far beyond a production scene and keeps a stranger's file
+    // from taking the machine's memory, time or stack; a file beyond one is refused with a message
+    // that names the place.
+    static constexpr std::size_t MaxFileBytes = std::size_t(1) << 30;     // 1 GiB of text
+    static constexpr std::size_t MaxObjects = 10'000'000;
+    static constexpr int MaxDepth = 2'000;                                // levels of parents
+    static constexpr int MaxCustomAttributes = 1'000;                     // on one object
+    static constexpr std::size_t MaxStringBytes = std::size_t(16) << 20;  // 16 MiB, names and keys too
+    static constexpr std::size_t MaxArrayElements = 10'000'000;           // in any one list
+    static constexpr std::size_t MaxObjectKeys = 10'000;                  // in any one JSON object
+    static constexpr int MaxNesting = 64;                                 // lists and objects inside each other
+
     // Told how a load goes, in three phases: "Reading" (bytes of the file), "Parsing" (objects
     // read so far; the total is not known yet, 0) and "Building" (objects made of the total).
     using Progress = std::function<void(const char* phase, std::size_t done, std::size_t total)>;
