@@ -332,6 +332,14 @@ TEST_F(SceneFileTest, FailedSaveLeavesNoTemporaryFiles) {
     EXPECT_NE(error.find(taken), std::string::npos) << error;
     EXPECT_EQ(folderEntries(dir), std::vector<std::string>{"taken"});
     EXPECT_EQ(folderEntries(dir / "taken"), std::vector<std::string>{"inside"});
+    EXPECT_NE(error.find("is not a regular file (a folder)"), std::string::npos) << error;
+
+    // A pipe (like a device) stays what it is: nothing is renamed over it.
+    const fs::path pipe = dir / "pipe";
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    EXPECT_FALSE(XSceneFile::save(database, pipe.string(), error));
+    EXPECT_NE(error.find("is not a regular file (a pipe)"), std::string::npos) << error;
+    EXPECT_TRUE(fs::is_fifo(pipe));
 }
 
 TEST_F(SceneFileTest, SaveIntoReadOnlyFolderKeepsTheOldFile) {

@@ -112,6 +112,15 @@ int createTemporary(const std::string& path, std::string& temp) {
 int XAtomicFile::RemoveStaleTemporaries(const std::string& folder) { return removeStale(folder, {}); }
 
 bool XAtomicFile::Write(const std::string& path, const std::string& text, std::string& error, Folders folders) {
+    // Only a regular file is replaced: renaming over a device, a pipe or a folder would put a file
+    // where the system keeps something else (as root, saving to /dev/null would replace the device).
+    struct stat existing {};
+    if (::stat(path.c_str(), &existing) == 0 && !S_ISREG(existing.st_mode)) {
+        error = "'" + path + "' is not a regular file (" +
+                (S_ISDIR(existing.st_mode) ? "a folder" : S_ISFIFO(existing.st_mode) ? "a pipe" : "a device or special file") +
+                "); only a file can be saved over";
+        return false;
+    }
     const std::string folder = folderOf(path);
     std::error_code ec;
     if (folders == Folders::Make) std::filesystem::create_directories(folder, ec);
