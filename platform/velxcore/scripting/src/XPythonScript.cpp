@@ -213,9 +213,13 @@ void start(Interpreter& py) {
         else
             py.ready = setUpHelpers(py);
         PyGILState_Release(gil);
-    } else if (PythonMemoryCap::Install(stopForMemory), !XPythonVelxModule::AddBuiltin()) {
-        py.error = L"the velx module could not be added";
     } else {
+        // From the start every block the interpreter allocates carries its size, for the memory cap.
+        PythonMemoryCap::Install(stopForMemory);
+        if (!XPythonVelxModule::AddBuiltin()) {
+            py.error = L"the velx module could not be added";
+            return;
+        }
         PyConfig config;
         PyConfig_InitIsolatedConfig(&config);
         config.install_signal_handlers = 0;  // Ctrl+C and other signals stay the application's
