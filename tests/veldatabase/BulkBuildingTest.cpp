@@ -115,8 +115,8 @@ TEST(ConnectAll, AChainCostsStepsInProportionToItsLength) {
     before = db::Database::loopCheckSteps();
     EXPECT_EQ(other.connectAll(backwards), backwards.size());
     EXPECT_LT(db::Database::loopCheckSteps() - before, 3u * Length);
-    other.setValue(db::AttrKey{ids.front(), Slot::Weight}, 4.0f);
-    EXPECT_EQ(other.value(db::AttrKey{ids.back(), Slot::Weight}).asDouble(), 4.0);
+    EXPECT_EQ(other.input(db::AttrKey{ids.back(), Slot::Weight}), (db::AttrKey{ids[Length - 2], Slot::Weight}));
+    EXPECT_FALSE(other.input(db::AttrKey{ids.front(), Slot::Weight}).isValid());
 }
 
 TEST(BulkArrays, AWholeArrayIsMovedInOnlyWhenNothingIsRecordedAndItNeedsNoConversion) {

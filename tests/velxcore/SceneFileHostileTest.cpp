@@ -406,11 +406,9 @@ TEST_F(SceneFileHostile, AChainOfConnectionsLoadsInWorkInProportionToItsLength) 
     ASSERT_TRUE(XSceneFile::loadJson(database, sceneText(objects, ", \"connections\": [" + connections + "]"), "chain.velx", error))
         << error;
     EXPECT_LT(db::Database::loopCheckSteps() - stepsBefore, 30u * Length);
-    database.setValue(db::AttrKey{database.findPath("t1"), sg::TransformNode::Def.topLevelSlot(sg::Index::TranslateX)}, 2.0f);
-    EXPECT_EQ(database.value(db::AttrKey{database.findPath("t" + std::to_string(Length)),
-                                         sg::TransformNode::Def.topLevelSlot(sg::Index::TranslateX)})
-                  .asDouble(),
-              2.0);
+    const int translateX = sg::TransformNode::Def.topLevelSlot(sg::Index::TranslateX);
+    EXPECT_EQ(database.input(db::AttrKey{database.findPath("t" + std::to_string(Length)), translateX}),
+              (db::AttrKey{database.findPath("t" + std::to_string(Length - 1)), translateX}));
 
     // Closed into a loop by its last link: refused there.
     before = XSceneFile::toJson(database);
