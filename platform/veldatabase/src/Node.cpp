@@ -90,6 +90,16 @@ Value Node::stored(int slot) const {
     }
 }
 
+void Node::store(int slot, Value&& value) {
+    const AttributeDef* def = slotDef(slot);
+    if (def && def->isArray && value.is<ValueList>()) {
+        if (isCustomSlot(slot)) m_custom->values[static_cast<std::size_t>(slot - m_def->slotCount())] = std::move(value);
+        else if (m_def->slot(slot).offset >= 0) mutableArray(slot) = std::move(value.get<ValueList>());
+        return;
+    }
+    store(slot, static_cast<const Value&>(value));
+}
+
 void Node::store(int slot, const Value& value) {
     const AttributeDef* def = slotDef(slot);
     if (!def) return;

@@ -71,6 +71,9 @@ public:
     Value value(const AttrKey& key) const;        // evaluated: follows inputs, computes outputs
     Value storedValue(const AttrKey& key) const;  // the node's own value
     bool setValue(const AttrKey& key, const Value& value);
+    // The same; a whole array written into an empty one while recording is off (a scene built
+    // aside) is moved in when it is already in the stored form.
+    bool setValue(const AttrKey& key, Value&& value);
     int arraySize(const AttrKey& key) const;
     bool resizeArray(const AttrKey& key, int size);
     int addCustomAttribute(int id, AttributeDef def);  // returns the new slot, -1 on failure

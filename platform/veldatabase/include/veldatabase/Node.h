@@ -41,6 +41,7 @@ public:
     // Stored (not evaluated) values. Arrays read and write as a ValueList.
     Value stored(int slot) const;
     void store(int slot, const Value& value);
+    void store(int slot, Value&& value);  // arrays are moved in
     const ValueList* array(int slot) const;
     ValueList& mutableArray(int slot);
 

@@ -32,8 +32,9 @@ void buildObjects(db::Database& target, FileScene& scene, std::vector<int>& ids,
         for (std::size_t c = 0; c < o.custom.size(); ++c)
             if (target.addCustomAttribute(id, o.custom[c]) != o.def->slotCount() + static_cast<int>(c))
                 Codec::fail(Codec::at(objectPlace(i) + ".custom", c), "the attribute could not be added");
-        for (const SlotValue& v : o.values)
-            if (!target.setValue(db::AttrKey{id, v.slot}, v.value)) Codec::fail(valuePlace(o, i, v.slot), "the value was refused");
+        for (SlotValue& v : o.values)
+            if (!target.setValue(db::AttrKey{id, v.slot}, std::move(v.value)))
+                Codec::fail(valuePlace(o, i, v.slot), "the value was refused");
         for (const SlotValue& r : o.referenceArrays)
             if (!target.resizeArray(db::AttrKey{id, r.slot}, r.value.asInt()))
                 Codec::fail(valuePlace(o, i, r.slot), "the array was refused");

@@ -12,6 +12,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -42,6 +43,15 @@ struct FileObject {
     std::vector<SlotValue> values;           // arrays whole
     std::vector<SlotValue> referenceArrays;  // element counts
 };
+
+// An array attribute read element by element while the text is parsed, so that its JSON is never
+// held whole: the values, or the first problem with its place inside the array ("[12].time").
+// The object's JSON holds a binary value (which JSON text cannot) with its index in the list.
+struct StreamedArray {
+    db::ValueList values;
+    std::optional<XJsonValueCodec::Error> problem;
+};
+using StreamedArrays = std::vector<StreamedArray>;
 
 // Objects are added one by one as they are read: a deque never moves them to grow.
 using FileObjects = std::deque<FileObject>;

@@ -16,21 +16,28 @@ using db::ValueType;
 namespace {
 
 // Reads an attribute value (an array whole) into the object's list of values to set.
-void readFileValue(FileObject& o, int slot, const AttributeDef& a, const Json& j, const std::string& place) {
+void readFileValue(FileObject& o, int slot, const AttributeDef& a, const Json& j, const std::string& place,
+                   StreamedArrays* streamed = nullptr) {
     if (!a.isArray) {
         o.values.push_back({slot, Codec::readValue(a, j, place)});
         return;
     }
-    if (!j.is_array()) Codec::expected(place, "an array", j);
     db::ValueList list;
-    list.reserve(j.size());
-    for (std::size_t e = 0; e < j.size(); ++e) {
-        // The element's place is spelled out only for a message.
-        try {
-            list.push_back(Codec::readValue(a, j[e], place));
-        } catch (Codec::Error& error) {
-            error.place = Codec::at(place, e) + error.place.substr(place.size());
-            throw;
+    if (j.is_binary() && streamed) {
+        StreamedArray& array = (*streamed)[static_cast<std::size_t>(j.get_binary().subtype())];
+        if (array.problem) Codec::fail(place + array.problem->place, array.problem->problem);
+        list = std::move(array.values);
+    } else {
+        if (!j.is_array()) Codec::expected(place, "an array", j);
+        list.reserve(j.size());
+        for (std::size_t e = 0; e < j.size(); ++e) {
+            // The element's place is spelled out only for a message.
+            try {
+                list.push_back(Codec::readValue(a, j[e], place));
+            } catch (Codec::Error& error) {
+                error.place = Codec::at(place, e) + error.place.substr(place.size());
+                throw;
+            }
         }
     }
     if (a.type == ValueType::ObjectRef) o.referenceArrays.push_back({slot, static_cast<std::int32_t>(list.size())});
@@ -41,16 +48,16 @@ void readFileValue(FileObject& o, int slot, const AttributeDef& a, const Json& j
 // value is refused: most values are fine, and a place is a string to build.
 template <class PlaceOfValue>
 void readFileValueAt(FileObject& o, int slot, const AttributeDef& a, const Json& j, const std::string& place,
-                     PlaceOfValue&& placeOfValue) {
+                     PlaceOfValue&& placeOfValue, StreamedArrays& streamed) {
     try {
-        readFileValue(o, slot, a, j, place);
+        readFileValue(o, slot, a, j, place, &streamed);
     } catch (Codec::Error& error) {
         error.place = placeOfValue() + error.place.substr(place.size());
         throw;
     }
 }
 
-void readAttributes(FileObject& o, const Json& j, const std::string& place) {
+void readAttributes(FileObject& o, const Json& j, const std::string& place, StreamedArrays& streamed) {
     if (!j.is_object()) Codec::expected(place, "an object", j);
     const db::NodeDef& def = *o.def;
     for (auto it = j.begin(); it != j.end(); ++it) {
@@ -64,7 +71,7 @@ void readAttributes(FileObject& o, const Json& j, const std::string& place) {
         if (a.has(db::Internal)) Codec::fail(here(), "'" + name + "' is internal and is not saved");
         if (!isSavedAttribute(a)) Codec::fail(here(), "'" + name + "' is an object reference: it is saved as a connection");
         if (a.type != ValueType::Compound || a.isArray) {
-            readFileValueAt(o, slot, a, it.value(), place, here);
+            readFileValueAt(o, slot, a, it.value(), place, here, streamed);
             continue;
         }
         if (!it.value().is_object()) Codec::expected(here(), "an object with the fields of '" + name + "'", it.value());
@@ -73,12 +80,12 @@ void readAttributes(FileObject& o, const Json& j, const std::string& place) {
             const auto field = [&] { return Codec::keyPlace(here(), f.key()); };
             if (child < 0 || !isSavedAttribute(*def.slot(child).def))
                 Codec::fail(field(), "no field '" + Codec::excerpt(f.key()) + "' in '" + name + "'");
-            readFileValueAt(o, child, *def.slot(child).def, f.value(), place, field);
+            readFileValueAt(o, child, *def.slot(child).def, f.value(), place, field, streamed);
         }
     }
 }
 
-void readCustom(FileObject& o, const Json& j, const std::string& place, const db::Database& types) {
+void readCustom(FileObject& o, const Json& j, const std::string& place, const db::Database& types, StreamedArrays& streamed) {
     if (!j.is_array()) Codec::expected(place, "an array", j);
     // Each one is compared with those before it, here and in the database.
     if (j.size() > static_cast<std::size_t>(XSceneFile::MaxCustomAttributes))
@@ -130,7 +137,7 @@ void readCustom(FileObject& o, const Json& j, const std::string& place, const db
             if (!isSavedAttribute(a)) {
                 if (!value->is_null()) Codec::expected(here + ".value", "null (references are saved as connections)", *value);
             } else {
-                readFileValue(o, slot, a, *value, here + ".value");
+                readFileValue(o, slot, a, *value, here + ".value", &streamed);
             }
         }
     }
@@ -138,7 +145,7 @@ void readCustom(FileObject& o, const Json& j, const std::string& place, const db
 
 }  // namespace
 
-FileObject XSceneObjectReader::read(const Json& j, int i, const db::Database& types) {
+FileObject XSceneObjectReader::read(const Json& j, int i, const db::Database& types, StreamedArrays& streamed) {
     const std::string place = objectPlace(i);
     if (!j.is_object()) Codec::expected(place, "an object", j);
     Codec::onlyKeys(j, {"id", "type", "name", "parent", "attributes", "custom"}, place);
@@ -161,8 +168,8 @@ FileObject XSceneObjectReader::read(const Json& j, int i, const db::Database& ty
         if (!Codec::readInteger(*parent, o.parentId)) Codec::expected(place + ".parent", "an object id or null", *parent);
         o.hasParent = true;
     }
-    if (const Json* custom = Codec::member(j, "custom")) readCustom(o, *custom, place + ".custom", types);
-    if (const Json* attributes = Codec::member(j, "attributes")) readAttributes(o, *attributes, place + ".attributes");
+    if (const Json* custom = Codec::member(j, "custom")) readCustom(o, *custom, place + ".custom", types, streamed);
+    if (const Json* attributes = Codec::member(j, "attributes")) readAttributes(o, *attributes, place + ".attributes", streamed);
     return o;
 }
 

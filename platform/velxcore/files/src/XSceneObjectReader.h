@@ -12,8 +12,9 @@ namespace VelX {
 // custom attributes and the values that differ from its type's defaults.
 class XSceneObjectReader {
 public:
-    // Throws XJsonValueCodec::Error naming the place ("objects[3].attributes.translateX").
-    static FileObject read(const XJsonValueCodec::Json& j, int index, const db::Database& types);
+    // Throws XJsonValueCodec::Error naming the place ("objects[3].attributes.translateX"). Arrays
+    // the reader streamed are taken from `streamed`.
+    static FileObject read(const XJsonValueCodec::Json& j, int index, const db::Database& types, StreamedArrays& streamed);
 };
 
 }  // namespace VelX

@@ -72,7 +72,8 @@ std::string XSceneReader::placeOf(std::size_t frames) const {
         case Level::Objects:
         case Level::Connections:
         case Level::Selection: place = DocumentKeys[Objects + static_cast<int>(f.level) - static_cast<int>(Level::Objects)]; break;
-        case Level::Element: place = f.key ? Codec::keyPlace(place, *f.key) : Codec::at(place, f.index); break;
+        case Level::Element:
+        case Level::Streamed: place = f.key ? Codec::keyPlace(place, *f.key) : Codec::at(place, f.index); break;
         case Level::Skipped: return k > 0 && m_frames[k - 1].level == Level::Document ? DocumentKeys[m_documentKey] : place;
         }
     }
@@ -86,7 +87,8 @@ std::string XSceneReader::placeOfNextValue() const {
     case Level::Document: return DocumentKeys[m_documentKey];
     case Level::Objects:
     case Level::Connections:
-    case Level::Selection: return Codec::at(placeOf(m_frames.size()), top.elements);
+    case Level::Selection:
+    case Level::Streamed: return Codec::at(placeOf(m_frames.size()), top.elements);
     case Level::Element:
         return top.container->is_object() ? Codec::keyPlace(placeOf(m_frames.size()), m_key)
                                           : Codec::at(placeOf(m_frames.size()), top.container->size());
@@ -157,6 +159,10 @@ bool XSceneReader::value(Json&& v) {
         const std::string* key = nullptr;
         return addToElement(top, std::move(v), key) != nullptr;
     }
+    case Level::Streamed:
+        if (!countElement(top, XSceneFile::MaxArrayElements)) return false;
+        readStreamedElement(top, v);
+        return true;
     case Level::Skipped: return true;
     }
     return true;
@@ -201,11 +207,23 @@ bool XSceneReader::open(Json::value_t type) {
         return true;
     }
     case Level::Element: {
-        const std::size_t index = top.container->is_array() ? top.container->size() : 0;
+        const db::AttributeDef* streamed = type == Json::value_t::array ? streamableAttribute() : nullptr;
+        const std::size_t index = streamed ? m_streamed.size() : top.container->is_array() ? top.container->size() : 0;
         const std::string* key = nullptr;
-        Json* child = addToElement(top, Json(type), key);
+        Json* child = addToElement(top, streamed ? Json::binary({}, index) : Json(type), key);
         if (!child) return false;
-        m_frames.push_back({Level::Element, child, key, index});
+        if (streamed) {
+            m_streamed.emplace_back();
+            m_streamed.back().values.reserve(std::min(m_cursor.elementsAhead(), XSceneFile::MaxArrayElements));
+        }
+        m_frames.push_back({streamed ? Level::Streamed : Level::Element, streamed ? nullptr : child, key, index, 0, streamed});
+        return true;
+    }
+    case Level::Streamed: {
+        if (!countElement(top, XSceneFile::MaxArrayElements)) return false;
+        const std::size_t index = top.elements - 1;
+        m_streamedElement = Json(type);
+        m_frames.push_back({Level::Element, &m_streamedElement, nullptr, index});
         return true;
     }
     case Level::Skipped: m_frames.push_back({Level::Skipped}); return true;
@@ -216,12 +234,77 @@ bool XSceneReader::open(Json::value_t type) {
 bool XSceneReader::close() {
     const Frame done = m_frames.back();
     m_frames.pop_back();
-    // An element of a list is complete: read it and let it go.
-    if (done.level == Level::Element && !m_frames.empty() && m_frames.back().level != Level::Element) {
+    if (done.level != Level::Element || m_frames.empty()) return true;
+    // An element of a streamed array or of a list is complete: read it and let it go.
+    if (m_frames.back().level == Level::Streamed) {
+        readStreamedElement(m_frames.back(), m_streamedElement);
+        m_streamedElement = Json();
+    } else if (m_frames.back().level != Level::Element) {
         readElement(m_frames.back().level, m_element, done.index);
         m_element = Json();
     }
     return true;
+}
+
+const db::AttributeDef* XSceneReader::streamableAttribute() {
+    // frames: the document, "objects", the object, "attributes".
+    const std::size_t n = m_frames.size();
+    if (n == 5 && m_key == "value") return streamableCustomValue();
+    if (n != 4 || m_frames[1].level != Level::Objects || m_frames[2].level != Level::Element) return nullptr;
+    const Frame& attributes = m_frames[3];
+    if (attributes.level != Level::Element || !attributes.key || *attributes.key != "attributes" ||
+        !attributes.container->is_object())
+        return nullptr;
+    const auto type = m_element.find("type");
+    if (type == m_element.end() || !type->is_string()) return nullptr;
+    const db::NodeDef* def = m_types.findType(type->get_ref<const std::string&>());
+    const int slot = def ? def->findTopLevel(m_key) : -1;
+    if (slot < 0) return nullptr;
+    const db::AttributeDef* a = def->slot(slot).def;
+    return a->isArray && !a->has(db::Computed) && !a->has(db::Internal) ? a : nullptr;
+}
+
+// frames: the document, "objects", the object, "custom", the custom attribute.
+const db::AttributeDef* XSceneReader::streamableCustomValue() {
+    const Frame& custom = m_frames[3];
+    if (m_frames[1].level != Level::Objects || custom.level != Level::Element || !custom.key || *custom.key != "custom" ||
+        m_frames[4].level != Level::Element || !m_frames[4].container->is_object())
+        return nullptr;
+    const Json& entry = *m_frames[4].container;
+    db::AttributeDef a;
+    std::int64_t code = 0;
+    const auto type = entry.find("type"), isArray = entry.find("isArray"), names = entry.find("enumNames");
+    if (type == entry.end() || !Codec::readInteger(*type, code) || code < 1 || code >= db::ValueTypeCount) return nullptr;
+    if (isArray == entry.end() || *isArray != true) return nullptr;
+    a.type = static_cast<db::ValueType>(code);
+    a.isArray = true;
+    if (a.type == db::ValueType::Compound || a.type == db::ValueType::ObjectRef) return nullptr;
+    // Choices are read by name: the names must come first.
+    if (a.type == db::ValueType::Enum && names != entry.end()) {
+        if (!names->is_array()) return nullptr;
+        for (const Json& name : *names) {
+            if (!name.is_string()) return nullptr;
+            a.enumNames.push_back(name.get<std::string>());
+        }
+    } else if (a.type == db::ValueType::Enum) {
+        return nullptr;
+    }
+    m_customDefs.push_back(std::move(a));
+    return &m_customDefs.back();
+}
+
+// Reads one element as the object reader would and keeps its value; the first problem is kept
+// with its place inside the array, for the object reader to report in its turn.
+void XSceneReader::readStreamedElement(const Frame& array, const Json& j) {
+    StreamedArray& target = m_streamed[array.index];
+    if (m_objectError || target.problem) return;
+    static const std::string StandIn = "-";  // stands for the array's place in messages
+    try {
+        target.values.push_back(Codec::readValue(*array.def, j, StandIn));
+    } catch (Codec::Error& e) {
+        target.problem = Codec::Error{Codec::at("", array.elements - 1) + e.place.substr(StandIn.size()), e.problem};
+        db::ValueList().swap(target.values);
+    }
 }
 
 bool XSceneReader::startListElement(Frame& list) {
@@ -264,12 +347,15 @@ void XSceneReader::readElement(Level list, Json& j, std::size_t index) {
 
 void XSceneReader::readObject(const Json& j, std::size_t index) {
     if (m_progress && (index & (ProgressStep - 1)) == 0) m_progress("Parsing", index, 0);
-    if (m_objectError) return;
-    try {
-        m_scene.objects.push_back(XSceneObjectReader::read(j, static_cast<int>(index), m_types));
-    } catch (const Codec::Error& e) {
-        m_objectError = e;
+    if (!m_objectError) {
+        try {
+            m_scene.objects.push_back(XSceneObjectReader::read(j, static_cast<int>(index), m_types, m_streamed));
+        } catch (const Codec::Error& e) {
+            m_objectError = e;
+        }
     }
+    m_streamed.clear();
+    m_customDefs.clear();
 }
 
 void XSceneReader::readConnection(Json& j, std::size_t index) {

@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include <cstdint>
+#include <deque>
 #include <optional>
 #include <string>
 #include <vector>
@@ -54,8 +55,9 @@ public:
     bool parse_error(std::size_t byte, const std::string&, const Json::exception& e);
 
 private:
-    // What an open JSON container is to the reader.
-    enum class Level : std::uint8_t { Document, Objects, Connections, Selection, Element, Skipped };
+    // What an open JSON container is to the reader. An object's array attribute is Streamed: its
+    // elements are read one by one into values, never held as JSON together.
+    enum class Level : std::uint8_t { Document, Objects, Connections, Selection, Element, Streamed, Skipped };
     // The keys of the document, in the order scene() checks them.
     enum DocumentKey { Format, Version, Objects, Connections, Selection, DocumentKeyCount };
 
@@ -63,8 +65,9 @@ private:
         Level level;
         Json* container = nullptr;         // Element: the JSON object or array being built
         const std::string* key = nullptr;  // Element: its key in the enclosing JSON object
-        std::size_t index = 0;             // Element: its index in the enclosing list
+        std::size_t index = 0;             // Element: its index in the enclosing list; Streamed: in m_streamed
         std::size_t elements = 0;          // lists and JSON arrays: elements so far
+        const db::AttributeDef* def = nullptr;  // Streamed: the attribute
     };
 
     // A document value that is not what it should be, kept for the message (an empty container
@@ -86,6 +89,12 @@ private:
     void readObject(const Json& j, std::size_t index);
     void readConnection(Json& j, std::size_t index);
     void readSelected(Json& j, std::size_t index);
+    // The attribute an array opening now belongs to when it can be streamed: directly under an
+    // object's "attributes" once the object's type is read, or the value of a custom attribute
+    // once its type (and the names of its choices) are.
+    const db::AttributeDef* streamableAttribute();
+    const db::AttributeDef* streamableCustomValue();
+    void readStreamedElement(const Frame& array, const Json& j);
 
     bool refuse(std::size_t byte, const std::string& problem);
     std::string placeOf(std::size_t frames) const;  // the place of frames [0, frames)
@@ -99,6 +108,9 @@ private:
     std::vector<Frame> m_frames;  // open containers, outermost first
     std::string m_key;            // the last key read
     Json m_element;               // the list element being built
+    Json m_streamedElement;       // the element of a streamed array being built
+    StreamedArrays m_streamed;    // the streamed arrays of the object being read
+    std::deque<db::AttributeDef> m_customDefs;  // custom attributes of the object, as far as read
     DocumentKey m_documentKey = Format;
     bool m_rootIsObject = false;
     Json m_root;  // a root that is not an object, for the message

@@ -25,4 +25,40 @@ std::size_t XTextCursor::stringStart(std::size_t end) const {
     return 0;
 }
 
+// Counts the elements at the list's own depth; an empty one (",,") is no JSON, and then nothing is
+// promised, so that a text of commas cannot ask for room.
+std::size_t XTextCursor::elementsAhead() const {
+    std::size_t elements = 0, depth = 0;
+    bool inElement = false;
+    for (std::size_t k = offset(); k < m_text.size(); ++k) {
+        const char c = m_text[k];
+        switch (c) {
+        case ' ':
+        case '\n':
+        case '\r':
+        case '\t': continue;
+        case ',':
+            if (depth > 0) continue;
+            if (!inElement) return 0;
+            inElement = false;
+            continue;
+        case ']':
+        case '}':
+            if (depth > 0) {
+                --depth;
+                continue;
+            }
+            return elements;
+        default: break;
+        }
+        if (!inElement && depth == 0) ++elements;
+        inElement = true;
+        if (c == '[' || c == '{') ++depth;
+        if (c == '"')
+            for (++k; k < m_text.size() && m_text[k] != '"'; ++k)
+                if (m_text[k] == '\\') ++k;
+    }
+    return elements;
+}
+
 }  // namespace VelX

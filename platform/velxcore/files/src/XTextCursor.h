@@ -45,6 +45,9 @@ public:
     std::string where(std::size_t byte) const;
     // The offset of the opening quote of the string whose closing quote is just before `end`.
     std::size_t stringStart(std::size_t end) const;
+    // How many elements the JSON list whose '[' was just read has, counted in the text ahead (a
+    // list's room can then be made once); a guess when the text is not JSON.
+    std::size_t elementsAhead() const;
 
 private:
     std::string_view m_text;

@@ -1,5 +1,6 @@
-// Many connections at once, as a loaded scene makes them: the same links made and refused as one
-// connect() after another would, for work in proportion to the links rather than their square.
+// Building a scene aside, as a loaded file does: many connections at once (the same links made and
+// refused as one connect() after another would, for work in proportion to the links rather than
+// their square) and whole arrays handed over rather than copied.
 #include "TestTypes.h"
 
 #include <algorithm>
@@ -114,8 +115,36 @@ TEST(ConnectAll, AChainCostsStepsInProportionToItsLength) {
     before = db::Database::loopCheckSteps();
     EXPECT_EQ(other.connectAll(backwards), backwards.size());
     EXPECT_LT(db::Database::loopCheckSteps() - before, 3u * Length);
-    other.setValue(db::AttrKey{ids.front(), Slot::Weight}, 4.0f);
-    EXPECT_EQ(other.value(db::AttrKey{ids.back(), Slot::Weight}).asDouble(), 4.0);
+    EXPECT_EQ(other.input(db::AttrKey{ids.back(), Slot::Weight}), (db::AttrKey{ids[Length - 2], Slot::Weight}));
+    EXPECT_FALSE(other.input(db::AttrKey{ids.front(), Slot::Weight}).isValid());
+}
+
+TEST(BulkArrays, AWholeArrayIsMovedInOnlyWhenNothingIsRecordedAndItNeedsNoConversion) {
+    db::Database d;
+    d.registerType(itemDef());
+    const int a = d.create(itemDef(), "a");
+    const db::AttrKey items{a, Slot::Items};
+    const db::ValueList list{db::ValueList{std::string("x"), 1.5f}, db::ValueList{std::string("y"), 2.5f}};
+
+    // Recording: copied, journaled, undoable.
+    db::Value value(list);
+    ASSERT_TRUE(d.setValue(items, std::move(value)));
+    EXPECT_EQ(d.storedValue(items), db::Value(list));
+    ASSERT_TRUE(d.undo());
+    EXPECT_EQ(d.arraySize(items), 0);
+
+    ASSERT_TRUE(d.setRecording(false));
+    db::Value moved(list);
+    ASSERT_TRUE(d.setValue(items, std::move(moved)));
+    EXPECT_EQ(d.storedValue(items), db::Value(list));
+    EXPECT_TRUE(moved.get<db::ValueList>().empty()) << "handed over, not copied";
+
+    // Fields given as doubles are converted like any write: the value is copied.
+    const int b = d.create(itemDef(), "b");
+    db::Value doubles(db::ValueList{db::ValueList{std::string("z"), 3.0}});
+    ASSERT_TRUE(d.setValue(db::AttrKey{b, Slot::Items}, std::move(doubles)));
+    EXPECT_EQ(d.storedValue(db::AttrKey{b, Slot::Items, 0, Slot::ItemValue}), db::Value(3.0f));
+    EXPECT_FALSE(d.setValue(db::AttrKey{b, Slot::Items}, db::Value(db::ValueList{std::string("not a compound")})));
 }
 
 }  // namespace
