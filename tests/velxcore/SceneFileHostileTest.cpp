@@ -391,7 +391,7 @@ TEST_F(SceneFileHostile, AWrongElementOfAnArrayIsNamedWithItsPlace) {
 }
 
 // A chain of connections, each object driving the next, checked for loops link by link is work in
-// the square of its length: a 1.7 MB file took 40 s. The loop checks must stay in proportion.
+// the square of its length: a 2.5 MB file took 36 s. The loop checks must stay in proportion.
 TEST_F(SceneFileHostile, AChainOfConnectionsLoadsInWorkInProportionToItsLength) {
     constexpr int Length = 5000;
     std::string objects, connections;

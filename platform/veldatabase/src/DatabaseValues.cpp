@@ -171,52 +171,6 @@ bool Database::coerce(const AttributeDef& def, bool wholeArray, const Value& in,
     }
 }
 
-namespace {
-
-// Whether a value is already in the form coerce() would give it: of the attribute's own kind.
-bool inStoredForm(const AttributeDef& def, const Value& v) {
-    switch (def.type) {
-    case ValueType::Int: return v.is<std::int32_t>();
-    case ValueType::Enum:
-        return v.is<std::int32_t>() && v.get<std::int32_t>() >= 0 &&
-               (def.enumNames.empty() || v.get<std::int32_t>() < static_cast<std::int32_t>(def.enumNames.size()));
-    case ValueType::Bool: return v.is<bool>();
-    case ValueType::Float: return v.is<float>();
-    case ValueType::Double: return v.is<double>();
-    case ValueType::String: return v.is<std::string>();
-    case ValueType::Vector: return v.is<Velutils::Vec3>();
-    case ValueType::Quaternion: return v.is<Velutils::Quat>();
-    case ValueType::Matrix: return v.is<Velutils::Matrix4>();
-    case ValueType::Compound: {
-        const ValueList* fields = v.tryGet<ValueList>();
-        if (!fields || fields->size() != def.children.size()) return false;
-        for (std::size_t c = 0; c < fields->size(); ++c)
-            if (!inStoredForm(def.children[c], (*fields)[c])) return false;
-        return true;
-    }
-    default: return false;
-    }
-}
-
-}  // namespace
-
-bool Database::setValue(const AttrKey& key, Value&& v) {
-    // A whole array for an empty one, already in the stored form, while nothing is journaled or
-    // gathered (a scene built aside from a file): moved in, so a large one is never held twice.
-    const ValueList* list = v.tryGet<ValueList>();
-    if (!list || m_recording || key.element >= 0) return setValue(key, static_cast<const Value&>(v));
-    const AttributeDef* def = attributeDef(key);
-    const bool movable = def && isArrayKey(key) && !def->has(Computed) &&
-                         def->type != ValueType::ObjectRef && arraySize(key) == 0 && !m_inputs.count(key) &&
-                         std::all_of(list->begin(), list->end(), [&](const Value& e) { return inStoredForm(*def, e); });
-    if (!movable) return setValue(key, static_cast<const Value&>(v));
-    if (list->empty()) return true;
-    ImplicitBlock block(*this);
-    node(key.node)->store(key.slot, std::move(v));
-    markDirty(key);
-    return true;
-}
-
 bool Database::setValue(const AttrKey& key, const Value& v) {
     const AttributeDef* def = attributeDef(key);
     if (!def || def->has(Computed) || def->type == ValueType::ObjectRef) return false;
