@@ -113,8 +113,8 @@ void Database::journal(JournalOp&& op) {
     m_open->ops.push_back(std::move(op));
 }
 
-void Database::journalSetValue(const AttrKey& key, const Value& before, const Value& after, bool inArray) {
-    if (m_replaying || !m_open) return;
+JournalOp* Database::valueRecord(const AttrKey& key, bool inArray, bool& isNew) {
+    if (m_replaying || !m_open) return nullptr;
     if (m_playback && !m_blockPlayback && !(key == m_timeKey)) keepPlaybackAsUndoStep();
     // Writes to one attribute coalesce only while no other write to the same array (a whole-array
     // write and its elements' fields) came between them; otherwise replay order matters.
@@ -127,18 +127,34 @@ void Database::journalSetValue(const AttrKey& key, const Value& before, const Va
             interleaved = family != m_open->lastArrayOp.end() && family->second != it->second;
         }
         if (!interleaved) {
-            m_open->ops[it->second].values().after = after;
-            return;
+            isNew = false;
+            return &m_open->ops[it->second];
         }
         it->second = next;
     }
     JournalOp op;
     op.kind = JournalOp::Kind::SetValue;
     op.key = key;
-    op.values().before = before;
-    op.values().after = after;
     if (inArray) m_open->lastArrayOp[key.arrayKey()] = next;
     m_open->ops.push_back(std::move(op));
+    isNew = true;
+    return &m_open->ops.back();
+}
+
+void Database::journalSetValue(const AttrKey& key, const Value& before, const Value& after, bool inArray) {
+    bool isNew = false;
+    JournalOp* op = valueRecord(key, inArray, isNew);
+    if (!op) return;
+    if (isNew) op->values().before = before;
+    op->values().after = after;
+}
+
+void Database::journalSetArray(const AttrKey& key, const PackedArray& before, const PackedArray& after) {
+    bool isNew = false;
+    JournalOp* op = valueRecord(key, true, isNew);
+    if (!op) return;
+    if (isNew) op->values().arrayBefore = std::make_unique<PackedArray>(before);
+    op->values().arrayAfter = std::make_unique<PackedArray>(after);
 }
 
 void Database::finishRound(bool transient, const std::string& description) {
@@ -161,7 +177,8 @@ void Database::finishRound(bool transient, const std::string& description) {
             } else if (op.kind == JournalOp::Kind::SetValue) {
                 auto it = m_transient->valueOps.find(op.key);
                 if (it != m_transient->valueOps.end()) {
-                    m_transient->ops[it->second].values().after = op.values().after;
+                    m_transient->ops[it->second].values().after = std::move(op.values().after);
+                    m_transient->ops[it->second].values().arrayAfter = std::move(op.values().arrayAfter);
                     continue;
                 }
                 m_transient->valueOps.emplace(op.key, m_transient->ops.size());
@@ -267,7 +284,10 @@ bool Database::redo() {
 void Database::apply(JournalOp& op, bool forward) {
     using K = JournalOp::Kind;
     switch (op.kind) {
-    case K::SetValue: doSetStored(op.key, forward ? op.valuePair->after : op.valuePair->before); break;
+    case K::SetValue:
+        if (op.valuePair->arrayAfter) doSetStoredArray(op.key, forward ? *op.valuePair->arrayAfter : *op.valuePair->arrayBefore);
+        else doSetStored(op.key, forward ? op.valuePair->after : op.valuePair->before);
+        break;
     case K::Attach:
     case K::Detach: {
         const bool attach = (op.kind == K::Attach) == forward;

@@ -1,5 +1,6 @@
 // Attribute values, custom attributes, connections and pull-based evaluation.
 #include <veldatabase/Database.h>
+#include <veldatabase/PackedArray.h>
 
 #include "ImplicitBlock.h"
 #include "Journal.h"
@@ -14,9 +15,7 @@ const AttributeDef* Database::attributeDef(const AttrKey& key) const {
     const AttributeDef* def = n->slotDef(key.slot);
     if (!def || isRemovedCustomSlot(key.node, key.slot)) return nullptr;
     if (key.element < 0) return key.child < 0 ? def : nullptr;
-    if (!def->isArray) return nullptr;
-    const ValueList* list = n->array(key.slot);
-    if (!list || key.element >= static_cast<int>(list->size())) return nullptr;
+    if (!def->isArray || key.element >= n->arraySize(key.slot)) return nullptr;
     if (key.child < 0) return def;
     if (key.child >= static_cast<int>(def->children.size())) return nullptr;
     return &def->children[static_cast<std::size_t>(key.child)];
@@ -43,11 +42,7 @@ Value Database::storedValue(const AttrKey& key) const {
     if (!def) return {};
     const Node* n = node(key.node);
     if (key.element < 0) return n->stored(key.slot);
-    const Value& element = (*n->array(key.slot))[static_cast<std::size_t>(key.element)];
-    if (key.child < 0) return element;
-    const ValueList* fields = element.tryGet<ValueList>();
-    return fields && key.child < static_cast<int>(fields->size()) ? (*fields)[static_cast<std::size_t>(key.child)]
-                                                                  : def->defaultValue;
+    return n->storedElement(key.slot, key.element, key.child);
 }
 
 Value Database::value(const AttrKey& key) const {
@@ -191,32 +186,58 @@ bool Database::setValue(const AttrKey& key, const Value& v) {
     if (m_inputs.count(key)) return false;
     Value converted;
     if (!coerce(*def, isArrayKey(key), v, converted)) return false;
+    if (isArrayKey(key) && node(key.node)->isPackedSlot(key.slot)) return setPackedArray(key, *def, converted);
     Value before = storedValue(key);
     if (before == converted) return true;
     ImplicitBlock block(*this);
-    if (isArrayKey(key)) {
-        // Elements that disappear lose their connections first.
-        int newSize = static_cast<int>(converted.get<ValueList>().size());
-        for (int e = newSize; e < arraySize(key); ++e) {
-            std::vector<AttrKey> ends{key.withElement(e)};
-            for (int c = 0; c < static_cast<int>(def->children.size()); ++c) ends.push_back(key.withElement(e, c));
-            for (const AttrKey& end : ends) {
-                if (m_inputs.count(end)) disconnect(end);
-                std::vector<AttrKey> outs;
-                outputs(end, outs);
-                for (const AttrKey& o : outs) disconnect(o);
-            }
-        }
-    }
+    if (isArrayKey(key)) disconnectElementsFrom(key, *def, static_cast<int>(converted.get<ValueList>().size()));
     journalSetValue(key, before, converted, def->isArray || key.element >= 0);
     doSetStored(key, converted);
     return true;
 }
 
+bool Database::setPackedArray(const AttrKey& key, const AttributeDef& def, const Value& converted) {
+    PackedArray after(*node(key.node)->def().slot(key.slot).packed);
+    if (!after.assign(converted.get<ValueList>())) return false;
+    return replacePackedArray(key, def, std::move(after));
+}
+
+bool Database::setArray(const AttrKey& key, PackedArray&& elements) {
+    const AttributeDef* def = attributeDef(key);
+    if (!def || !isArrayKey(key) || def->has(Computed) || m_inputs.count(key)) return false;
+    const Node* n = node(key.node);
+    if (!n->isPackedSlot(key.slot) || &elements.layout() != n->def().slot(key.slot).packed) return false;
+    return replacePackedArray(key, *def, std::move(elements));
+}
+
+bool Database::replacePackedArray(const AttrKey& key, const AttributeDef& def, PackedArray&& after) {
+    Node* n = node(key.node);
+    const PackedArray* current = n->packed(key.slot);
+    if (current ? *current == after : after.empty()) return true;
+    ImplicitBlock block(*this);
+    disconnectElementsFrom(key, def, after.size());
+    if (m_recording) journalSetArray(key, current ? *current : PackedArray(after.layout()), after);
+    n->mutablePacked(key.slot) = std::move(after);
+    storedChanged(key);
+    return true;
+}
+
+void Database::disconnectElementsFrom(const AttrKey& key, const AttributeDef& def, int firstGone) {
+    // Elements that disappear lose their connections first.
+    for (int e = firstGone; e < arraySize(key); ++e) {
+        std::vector<AttrKey> ends{key.withElement(e)};
+        for (int c = 0; c < static_cast<int>(def.children.size()); ++c) ends.push_back(key.withElement(e, c));
+        for (const AttrKey& end : ends) {
+            if (m_inputs.count(end)) disconnect(end);
+            std::vector<AttrKey> outs;
+            outputs(end, outs);
+            for (const AttrKey& o : outs) disconnect(o);
+        }
+    }
+}
+
 int Database::arraySize(const AttrKey& key) const {
-    if (!isArrayKey(key)) return 0;
-    const ValueList* list = node(key.node)->array(key.slot);
-    return list ? static_cast<int>(list->size()) : 0;
+    return isArrayKey(key) ? node(key.node)->arraySize(key.slot) : 0;
 }
 
 bool Database::resizeArray(const AttrKey& key, int size) {
@@ -247,18 +268,18 @@ bool Database::resizeArray(const AttrKey& key, int size) {
 
 void Database::doSetStored(const AttrKey& key, const Value& v) {
     Node* n = node(key.node);
+    if (key.element < 0) n->store(key.slot, v);
+    else n->storeElement(key.slot, key.element, key.child, v);
+    storedChanged(key);
+}
+
+void Database::doSetStoredArray(const AttrKey& key, const PackedArray& elements) {
+    node(key.node)->storePacked(key.slot, elements);
+    storedChanged(key);
+}
+
+void Database::storedChanged(const AttrKey& key) {
     if (m_recording) m_open->change->recordDirect(key);
-    if (key.element < 0) {
-        n->store(key.slot, v);
-    } else {
-        ValueList& list = n->mutableArray(key.slot);
-        Value& element = list[static_cast<std::size_t>(key.element)];
-        if (key.child < 0) {
-            element = v;
-        } else {
-            element.get<ValueList>()[static_cast<std::size_t>(key.child)] = v;
-        }
-    }
     markDirty(key);
     if (key == m_timeKey) {
         for (int id : m_timeNodes) {
@@ -400,8 +421,7 @@ void Database::connections(int id, std::vector<std::pair<AttrKey, AttrKey>>& out
         visit(k);
         const AttributeDef* def = n->slotDef(s);
         if (!def || !def->isArray) continue;
-        const ValueList* list = n->array(s);
-        int size = list ? static_cast<int>(list->size()) : 0;
+        const int size = n->arraySize(s);
         for (int e = 0; e < size; ++e) {
             visit(k.withElement(e));
             for (int c = 0; c < static_cast<int>(def->children.size()); ++c) visit(k.withElement(e, c));

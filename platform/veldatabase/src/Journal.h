@@ -5,6 +5,7 @@
 #include <veldatabase/AttributeDef.h>
 #include <veldatabase/DatabaseChange.h>
 #include <veldatabase/Node.h>
+#include <veldatabase/PackedArray.h>
 #include <veldatabase/Value.h>
 
 #include <memory>
@@ -31,9 +32,11 @@ struct JournalOp {
     };
 
     // A value write's two values (and an added custom attribute's initial value), apart from the
-    // rest so that the most frequent record is small.
+    // rest so that the most frequent record is small. A whole packed array (animation keys) keeps
+    // its elements packed instead.
     struct Values {
         Value before, after;
+        std::unique_ptr<PackedArray> arrayBefore, arrayAfter;
     };
     // Fields that only some kinds need live apart so that a created node costs a few bytes.
     struct Payload {

@@ -1,4 +1,5 @@
 #include <veldatabase/Node.h>
+#include <veldatabase/PackedArray.h>
 
 #include <cstring>
 
@@ -29,7 +30,9 @@ Node::Node(int id, const NodeDef& def, std::string name) : m_id(id), m_def(&def)
 Node::~Node() {
     for (int s : m_def->ownedStorageSlots()) {
         unsigned char* p = slotData(s);
-        if (m_def->slot(s).def->isArray)
+        if (m_def->slot(s).packed)
+            delete load<PackedArray*>(p);
+        else if (m_def->slot(s).def->isArray)
             delete load<ValueList*>(p);
         else
             delete load<std::string*>(p);
@@ -69,6 +72,10 @@ Value Node::stored(int slot) const {
     int offset = m_def->slot(slot).offset;
     if (offset < 0) return {};
     const unsigned char* p = m_data + offset;
+    if (isPackedSlot(slot)) {
+        const PackedArray* elements = load<PackedArray*>(p);
+        return Value(elements ? elements->toList() : ValueList{});
+    }
     if (def->isArray) {
         const ValueList* list = load<ValueList*>(p);
         return list ? Value(*list) : Value(ValueList{});
@@ -92,7 +99,7 @@ Value Node::stored(int slot) const {
 
 void Node::store(int slot, Value&& value) {
     const AttributeDef* def = slotDef(slot);
-    if (def && def->isArray && value.is<ValueList>()) {
+    if (def && def->isArray && value.is<ValueList>() && !isPackedSlot(slot)) {
         if (isCustomSlot(slot)) m_custom->values[static_cast<std::size_t>(slot - m_def->slotCount())] = std::move(value);
         else if (m_def->slot(slot).offset >= 0) mutableArray(slot) = std::move(value.get<ValueList>());
         return;
@@ -110,6 +117,12 @@ void Node::store(int slot, const Value& value) {
     int offset = m_def->slot(slot).offset;
     if (offset < 0) return;
     unsigned char* p = m_data + offset;
+    if (isPackedSlot(slot)) {
+        // Values reach here coerced to the element's fields, so packing cannot fail.
+        const ValueList* list = value.tryGet<ValueList>();
+        mutablePacked(slot).assign(list ? *list : ValueList{});
+        return;
+    }
     if (def->isArray) {
         mutableArray(slot) = value.tryGet<ValueList>() ? value.get<ValueList>() : ValueList{};
         return;
@@ -146,9 +159,60 @@ void Node::store(int slot, const Value& value) {
     }
 }
 
+bool Node::isPackedSlot(int slot) const {
+    return slot >= 0 && slot < m_def->slotCount() && m_def->slot(slot).packed && m_def->slot(slot).offset >= 0;
+}
+
+const PackedArray* Node::packed(int slot) const {
+    return isPackedSlot(slot) ? load<PackedArray*>(slotData(slot)) : nullptr;
+}
+
+PackedArray& Node::mutablePacked(int slot) {
+    unsigned char* p = slotData(slot);
+    PackedArray* elements = load<PackedArray*>(p);
+    if (!elements) {
+        elements = new PackedArray(*m_def->slot(slot).packed);
+        save(p, elements);
+    }
+    return *elements;
+}
+
+void Node::storePacked(int slot, const PackedArray& elements) { mutablePacked(slot) = elements; }
+
+int Node::arraySize(int slot) const {
+    if (isPackedSlot(slot)) {
+        const PackedArray* elements = packed(slot);
+        return elements ? elements->size() : 0;
+    }
+    const ValueList* list = array(slot);
+    return list ? static_cast<int>(list->size()) : 0;
+}
+
+Value Node::storedElement(int slot, int element, int child) const {
+    if (const PackedArray* elements = packed(slot))
+        return child < 0 ? elements->element(element) : elements->field(element, child);
+    const Value& whole = (*array(slot))[static_cast<std::size_t>(element)];
+    if (child < 0) return whole;
+    const ValueList* fields = whole.tryGet<ValueList>();
+    return fields && child < static_cast<int>(fields->size()) ? (*fields)[static_cast<std::size_t>(child)]
+                                                              : slotDef(slot)->children[static_cast<std::size_t>(child)].defaultValue;
+}
+
+void Node::storeElement(int slot, int element, int child, const Value& value) {
+    if (isPackedSlot(slot)) {
+        PackedArray& elements = mutablePacked(slot);
+        if (child < 0) elements.setElement(element, value);
+        else elements.setField(element, child, value);
+        return;
+    }
+    Value& whole = mutableArray(slot)[static_cast<std::size_t>(element)];
+    if (child < 0) whole = value;
+    else whole.get<ValueList>()[static_cast<std::size_t>(child)] = value;
+}
+
 const ValueList* Node::array(int slot) const {
     const AttributeDef* def = slotDef(slot);
-    if (!def || !def->isArray) return nullptr;
+    if (!def || !def->isArray || isPackedSlot(slot)) return nullptr;
     if (isCustomSlot(slot)) {
         return m_custom->values[static_cast<std::size_t>(slot - m_def->slotCount())].tryGet<ValueList>();
     }

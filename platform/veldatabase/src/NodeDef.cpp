@@ -1,4 +1,5 @@
 #include <veldatabase/NodeDef.h>
+#include <veldatabase/PackedArray.h>
 
 #include <algorithm>
 #include <cstring>
@@ -53,6 +54,8 @@ NodeDef::NodeDef(std::string typeName, const NodeDef* base, std::vector<Attribut
     layoutStorage();
 }
 
+NodeDef::~NodeDef() = default;
+
 void NodeDef::addSlot(const AttributeDef& def, int parent, int index) {
     int s = slotCount();
     SlotInfo info;
@@ -99,6 +102,10 @@ void NodeDef::layoutStorage() {
         info.offset = static_cast<int>(offset);
         offset += bytes;
         if (def.isArray || def.type == ValueType::String) m_ownedSlots.push_back(s);
+        if (auto layout = PackedLayout::of(def)) {
+            info.packed = layout.get();
+            m_layouts.push_back(std::move(layout));
+        }
     }
     std::sort(m_computedSlots.begin(), m_computedSlots.end());
     m_storageSize = (offset + 7) / 8 * 8;

@@ -2,6 +2,7 @@
 #include <velscenegraph/SceneGraphNodes.h>
 
 #include <veldatabase/Database.h>
+#include <veldatabase/PackedArray.h>
 
 namespace sg {
 
@@ -18,26 +19,33 @@ AnimationCurve AnimationEvaluator::curve(const db::Database& database, int anima
     const db::NodeDef& def = n->def();
     auto slot = [&](int index) { return db::AttrKey{animationNode, def.topLevelSlot(index)}; };
     std::vector<CurveKey> keys;
-    // Keys nothing drives are read where they are stored, without copying the list.
-    db::Value list;
-    const db::ValueList* elements = n->inputCount() == 0 ? n->array(slot(Index::AnimKeys).slot) : nullptr;
-    if (!elements) {
-        list = database.value(slot(Index::AnimKeys));
-        elements = list.tryGet<db::ValueList>();
-    }
-    if (elements) {
-        keys.reserve(elements->size());
-        for (const db::Value& element : *elements) {
-            const db::ValueList* f = element.tryGet<db::ValueList>();
-            if (!f || f->size() < 6) continue;
+    auto add = [&](const auto& number, int count) {
+        keys.reserve(static_cast<std::size_t>(count));
+        for (int e = 0; e < count; ++e) {
             CurveKey k;
-            k.time = static_cast<float>((*f)[Index::KeyTime].asDouble());
-            k.value = static_cast<float>((*f)[Index::KeyValue].asDouble());
-            k.inType = tangent((*f)[Index::KeyInTangent].asInt());
-            k.outType = tangent((*f)[Index::KeyOutTangent].asInt());
-            k.inSlope = static_cast<float>((*f)[Index::KeyInSlope].asDouble());
-            k.outSlope = static_cast<float>((*f)[Index::KeyOutSlope].asDouble());
+            k.time = number(e, Index::KeyTime);
+            k.value = number(e, Index::KeyValue);
+            k.inType = tangent(static_cast<int>(number(e, Index::KeyInTangent)));
+            k.outType = tangent(static_cast<int>(number(e, Index::KeyOutTangent)));
+            k.inSlope = number(e, Index::KeyInSlope);
+            k.outSlope = number(e, Index::KeyOutSlope);
             keys.push_back(k);
+        }
+    };
+    // Keys nothing drives are read where they are stored, without copying them.
+    const db::PackedArray* stored = n->inputCount() == 0 ? n->packed(slot(Index::AnimKeys).slot) : nullptr;
+    if (stored) {
+        add([&](int e, int f) { return stored->number<float>(e, f); }, stored->size());
+    } else {
+        const db::Value list = database.value(slot(Index::AnimKeys));
+        if (const db::ValueList* elements = list.tryGet<db::ValueList>()) {
+            std::vector<const db::ValueList*> fields;
+            for (const db::Value& element : *elements) {
+                const db::ValueList* f = element.tryGet<db::ValueList>();
+                if (f && f->size() >= 6) fields.push_back(f);
+            }
+            add([&](int e, int f) { return static_cast<float>((*fields[static_cast<std::size_t>(e)])[static_cast<std::size_t>(f)].asDouble()); },
+                static_cast<int>(fields.size()));
         }
     }
     auto pre = extrapolation(database.value(slot(Index::AnimPreExtrapolation)).asInt());

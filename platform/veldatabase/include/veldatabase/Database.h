@@ -20,6 +20,7 @@
 namespace db {
 
 class NameIndex;
+class PackedArray;
 struct JournalOp;
 struct UndoStep;
 
@@ -75,6 +76,10 @@ public:
     // aside) is moved in when it is already in the stored form.
     bool setValue(const AttrKey& key, Value&& value);
     int arraySize(const AttrKey& key) const;
+    // Writes a whole array of numbers (animation keys) in its packed form, without a list of
+    // values in between. The elements must be valid for the attribute (choices in range); false
+    // when the attribute is no such array, is driven by a connection, or has another layout.
+    bool setArray(const AttrKey& key, PackedArray&& elements);
     bool resizeArray(const AttrKey& key, int size);
     int addCustomAttribute(int id, AttributeDef def);  // returns the new slot, -1 on failure
     bool removeCustomAttribute(int id, int slot);
@@ -187,6 +192,13 @@ private:
     void pushUndoStep(std::string name, std::vector<JournalOp>&& ops);
     void doReparent(int id, int newParent, int index);
     void doSetStored(const AttrKey& key, const Value& value);
+    void doSetStoredArray(const AttrKey& key, const PackedArray& elements);
+    // What every stored write tells: the change record, dirtiness, and time-dependent outputs.
+    void storedChanged(const AttrKey& key);
+    bool setPackedArray(const AttrKey& key, const AttributeDef& def, const Value& converted);
+    bool replacePackedArray(const AttrKey& key, const AttributeDef& def, PackedArray&& after);
+    // Disconnects the elements from `firstGone` on of an array that is about to shrink.
+    void disconnectElementsFrom(const AttrKey& key, const AttributeDef& def, int firstGone);
     void doConnect(const AttrKey& source, const AttrKey& destination);
     void doDisconnect(const AttrKey& destination);
     // The input tables alone: no change record, no dirtiness.
@@ -201,6 +213,10 @@ private:
     // `inArray`: the key is an array, one of its elements or an element's field, whose writes must
     // keep their order in the journal.
     void journalSetValue(const AttrKey& key, const Value& before, const Value& after, bool inArray);
+    void journalSetArray(const AttrKey& key, const PackedArray& before, const PackedArray& after);
+    // The record a value write fills: a new one (isNew: it needs the value before too) or the
+    // block's earlier record of the same attribute; null while nothing is journaled.
+    JournalOp* valueRecord(const AttrKey& key, bool inArray, bool& isNew);
     void apply(JournalOp& op, bool forward);
     void ensureBlock();
     void closeImplicitBlock();

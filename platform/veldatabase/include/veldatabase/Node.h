@@ -11,6 +11,8 @@
 
 namespace db {
 
+class PackedArray;
+
 // One object of the database. Attribute values of the type's slots live in one compact block laid
 // out by the node type; user-added attributes live in a side list that exists only when used.
 class Node {
@@ -42,8 +44,17 @@ public:
     Value stored(int slot) const;
     void store(int slot, const Value& value);
     void store(int slot, Value&& value);  // arrays are moved in
-    const ValueList* array(int slot) const;
+    // Arrays of numbers (animation keys) are kept packed; other arrays as a list of values.
+    bool isPackedSlot(int slot) const;
+    const PackedArray* packed(int slot) const;  // null while empty
+    PackedArray& mutablePacked(int slot);
+    void storePacked(int slot, const PackedArray& elements);
+    const ValueList* array(int slot) const;  // null for a packed array
     ValueList& mutableArray(int slot);
+    int arraySize(int slot) const;
+    // A stored element (child < 0) or one field of it; the slot must hold that element.
+    Value storedElement(int slot, int element, int child) const;
+    void storeElement(int slot, int element, int child, const Value& value);
 
     bool isSelected() const { return m_selected; }
     int connectionCount() const { return m_connections; }

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -11,6 +12,7 @@ namespace db {
 
 class Database;
 class Node;
+class PackedLayout;
 
 // Behaviour switches of a node type.
 enum NodeTypeFlag : std::uint32_t {
@@ -34,6 +36,7 @@ struct SlotInfo {
     int firstChild = -1;
     int childCount = 0;
     int offset = -1;
+    const PackedLayout* packed = nullptr;  // an array of numbers kept in a packed layout
 };
 
 // A node type: name, base type and ordered attributes. A type's attributes are its base type's
@@ -45,6 +48,7 @@ public:
     NodeDef(std::string typeName, const NodeDef* base, std::vector<AttributeDef> ownAttributes,
             std::uint32_t typeFlags = DefaultNodeTypeFlags, std::string displayTypeName = {},
             ComputeFunction compute = {});
+    ~NodeDef();
     NodeDef(const NodeDef&) = delete;
     NodeDef& operator=(const NodeDef&) = delete;
 
@@ -89,6 +93,7 @@ private:
     std::vector<int> m_computedSlots;
     std::vector<int> m_ownedSlots;
     std::vector<std::pair<int, int>> m_parentLinks;
+    std::vector<std::unique_ptr<PackedLayout>> m_layouts;
     std::vector<unsigned char> m_defaults;
     std::size_t m_storageSize = 0;
     bool m_timeDependent = false;

@@ -35,10 +35,14 @@ void buildObjects(db::Database& target, FileScene& scene, std::vector<int>& ids,
         for (SlotValue& v : o.values)
             if (!target.setValue(db::AttrKey{id, v.slot}, std::move(v.value)))
                 Codec::fail(valuePlace(o, i, v.slot), "the value was refused");
+        for (auto& [slot, elements] : o.packedArrays)
+            if (!target.setArray(db::AttrKey{id, slot}, std::move(*elements)))
+                Codec::fail(valuePlace(o, i, slot), "the value was refused");
         for (const SlotValue& r : o.referenceArrays)
             if (!target.resizeArray(db::AttrKey{id, r.slot}, r.value.asInt()))
                 Codec::fail(valuePlace(o, i, r.slot), "the array was refused");
         std::vector<SlotValue>().swap(o.values);
+        o.packedArrays.clear();
     }
     // Every scene has one object of each settings type: older files may lack some.
     for (const db::NodeDef* def : target.types()) {

@@ -38,6 +38,7 @@ XSceneConnectionReader::XSceneConnectionReader(FileScene& scene, const XScenePat
             if (const db::ValueList* list = v.value.tryGet<db::ValueList>())
                 m_arraySizes[slotKey(object, v.slot)] = static_cast<int>(list->size());
         for (const SlotValue& r : o.referenceArrays) m_arraySizes[slotKey(object, r.slot)] = r.value.asInt();
+        for (const auto& [slot, elements] : o.packedArrays) m_arraySizes[slotKey(object, slot)] = elements->size();
     }
 }
 

@@ -8,10 +8,12 @@
 #include <veldatabase/AttrKey.h>
 #include <veldatabase/AttributeDef.h>
 #include <veldatabase/NodeDef.h>
+#include <veldatabase/PackedArray.h>
 #include <veldatabase/Value.h>
 
 #include <cstdint>
 #include <deque>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -41,6 +43,7 @@ struct FileObject {
     bool hasParent = false;
     std::vector<db::AttributeDef> custom;
     std::vector<SlotValue> values;           // arrays whole
+    std::vector<std::pair<int, std::unique_ptr<db::PackedArray>>> packedArrays;  // arrays of numbers
     std::vector<SlotValue> referenceArrays;  // element counts
 };
 
@@ -49,6 +52,7 @@ struct FileObject {
 // The object's JSON holds a binary value (which JSON text cannot) with its index in the list.
 struct StreamedArray {
     db::ValueList values;
+    std::unique_ptr<db::PackedArray> packed;  // instead of the values, for an array of numbers
     std::optional<XJsonValueCodec::Error> problem;
 };
 using StreamedArrays = std::vector<StreamedArray>;

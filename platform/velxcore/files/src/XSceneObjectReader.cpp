@@ -26,6 +26,10 @@ void readFileValue(FileObject& o, int slot, const AttributeDef& a, const Json& j
     if (j.is_binary() && streamed) {
         StreamedArray& array = (*streamed)[static_cast<std::size_t>(j.get_binary().subtype())];
         if (array.problem) Codec::fail(place + array.problem->place, array.problem->problem);
+        if (array.packed) {
+            o.packedArrays.emplace_back(slot, std::move(array.packed));
+            return;
+        }
         list = std::move(array.values);
     } else {
         if (!j.is_array()) Codec::expected(place, "an array", j);

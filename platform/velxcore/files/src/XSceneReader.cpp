@@ -207,14 +207,21 @@ bool XSceneReader::open(Json::value_t type) {
         return true;
     }
     case Level::Element: {
-        const db::AttributeDef* streamed = type == Json::value_t::array ? streamableAttribute() : nullptr;
+        const db::PackedLayout* packed = nullptr;
+        const db::AttributeDef* streamed = type == Json::value_t::array ? streamableAttribute(packed) : nullptr;
         const std::size_t index = streamed ? m_streamed.size() : top.container->is_array() ? top.container->size() : 0;
         const std::string* key = nullptr;
         Json* child = addToElement(top, streamed ? Json::binary({}, index) : Json(type), key);
         if (!child) return false;
         if (streamed) {
             m_streamed.emplace_back();
-            m_streamed.back().values.reserve(std::min(m_cursor.elementsAhead(), XSceneFile::MaxArrayElements));
+            const std::size_t room = std::min(m_cursor.elementsAhead(), XSceneFile::MaxArrayElements);
+            if (packed) {
+                m_streamed.back().packed = std::make_unique<db::PackedArray>(*packed);
+                m_streamed.back().packed->reserve(room);
+            } else {
+                m_streamed.back().values.reserve(room);
+            }
         }
         m_frames.push_back({streamed ? Level::Streamed : Level::Element, streamed ? nullptr : child, key, index, 0, streamed});
         return true;
@@ -246,7 +253,7 @@ bool XSceneReader::close() {
     return true;
 }
 
-const db::AttributeDef* XSceneReader::streamableAttribute() {
+const db::AttributeDef* XSceneReader::streamableAttribute(const db::PackedLayout*& packed) {
     // frames: the document, "objects", the object, "attributes".
     const std::size_t n = m_frames.size();
     if (n == 5 && m_key == "value") return streamableCustomValue();
@@ -261,7 +268,9 @@ const db::AttributeDef* XSceneReader::streamableAttribute() {
     const int slot = def ? def->findTopLevel(m_key) : -1;
     if (slot < 0) return nullptr;
     const db::AttributeDef* a = def->slot(slot).def;
-    return a->isArray && !a->has(db::Computed) && !a->has(db::Internal) ? a : nullptr;
+    if (!a->isArray || a->has(db::Computed) || a->has(db::Internal)) return nullptr;
+    packed = def->slot(slot).packed;
+    return a;
 }
 
 // frames: the document, "objects", the object, "custom", the custom attribute.
@@ -300,10 +309,13 @@ void XSceneReader::readStreamedElement(const Frame& array, const Json& j) {
     if (m_objectError || target.problem) return;
     static const std::string StandIn = "-";  // stands for the array's place in messages
     try {
-        target.values.push_back(Codec::readValue(*array.def, j, StandIn));
+        db::Value element = Codec::readValue(*array.def, j, StandIn);
+        if (target.packed) target.packed->insert(target.packed->size(), element);
+        else target.values.push_back(std::move(element));
     } catch (Codec::Error& e) {
         target.problem = Codec::Error{Codec::at("", array.elements - 1) + e.place.substr(StandIn.size()), e.problem};
         db::ValueList().swap(target.values);
+        target.packed.reset();
     }
 }
 

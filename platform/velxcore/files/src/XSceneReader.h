@@ -92,7 +92,8 @@ private:
     // The attribute an array opening now belongs to when it can be streamed: directly under an
     // object's "attributes" once the object's type is read, or the value of a custom attribute
     // once its type (and the names of its choices) are.
-    const db::AttributeDef* streamableAttribute();
+    // The array attribute about to be read element by element, and its packed layout if it has one.
+    const db::AttributeDef* streamableAttribute(const db::PackedLayout*& packed);
     const db::AttributeDef* streamableCustomValue();
     void readStreamedElement(const Frame& array, const Json& j);
 

@@ -85,10 +85,14 @@ void writeAttributes(std::string& out, const db::Node& n, const SavedType& type)
             }
             if (open) out += '}';
         } else if (a.def->isArray) {
-            const db::ValueList* list = n.array(a.slot);
-            if (!list || list->empty()) continue;
+            if (n.arraySize(a.slot) == 0) continue;
             nextAttribute(out, any, a.def->name);
-            Codec::writeArray(out, *a.def, list, AttributeDepth);
+            if (const db::ValueList* list = n.array(a.slot)) {
+                Codec::writeArray(out, *a.def, list, AttributeDepth);
+            } else {
+                const db::Value packed = n.stored(a.slot);
+                Codec::writeArray(out, *a.def, &packed.get<db::ValueList>(), AttributeDepth);
+            }
         } else {
             db::Value v = n.stored(a.slot);
             if (v == a.fallback) continue;
