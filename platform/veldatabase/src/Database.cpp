@@ -212,10 +212,7 @@ void Database::detachRoots(int parent, const std::vector<std::pair<int, int>>& r
         Node* n = node(id);
         if (m_open && m_recording) m_open->change->recordDeleted(id, n->def());
         if (n->m_parent >= 0) m_names->remove(n->m_parent, n->m_name, id);
-        if (n->m_hasCache) {
-            for (int s : n->def().computedSlots()) m_cache.erase(AttrKey{id, s});
-            n->m_hasCache = false;
-        }
+        m_cachedCount -= n->dropCache();
         m_timeNodes.erase(id);
         owned.push_back(std::move(m_nodes[static_cast<std::size_t>(id)]));
         --m_liveCount;
@@ -314,7 +311,8 @@ void Database::reset() {
     m_selection.clear();
     m_inputs.clear();
     m_outputs.clear();
-    m_cache.clear();
+    if (Node* root = node(RootId)) root->dropCache();
+    m_cachedCount = 0;
     m_timeNodes.clear();
     m_names->clear();
     m_extraAttributeIds.clear();

@@ -49,7 +49,7 @@ bool Database::takeContents(Database& other) {
     std::swap(m_selection, other.m_selection);
     std::swap(m_timeNodes, other.m_timeNodes);
     std::swap(m_timeKey, other.m_timeKey);
-    std::swap(m_cache, other.m_cache);
+    std::swap(m_cachedCount, other.m_cachedCount);
     std::swap(m_extraAttributeIds, other.m_extraAttributeIds);
     std::swap(m_extraAttributeKeys, other.m_extraAttributeKeys);
     return true;

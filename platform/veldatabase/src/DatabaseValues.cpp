@@ -50,16 +50,18 @@ Value Database::value(const AttrKey& key) const {
     if (!def) return {};
     const Node* n = node(key.node);
     if (def->has(Computed) && key.element < 0) {
-        auto it = m_cache.find(key);
-        if (it != m_cache.end()) return it->second;
+        Node::CachedValue& cache = n->cached(n->def().computedOrdinal(key.slot));
+        if (cache.valid) return cache.value;
         Value v = n->def().compute(*this, *n, key.slot);
         ++m_computeCount;
-        n->m_hasCache = true;
-        return m_cache.emplace(key, std::move(v)).first->second;
+        cache.value = std::move(v);
+        cache.valid = true;
+        ++m_cachedCount;
+        return cache.value;
     }
-    // Only a node with inputs can have a value that comes from elsewhere: a node that only drives
+    // Only a slot with an input can have a value that comes from elsewhere: a node that only drives
     // others (an animation curve) reads its own values without looking its inputs up.
-    if (n->m_inputs > 0) {
+    if (n->mayHaveInput(key.slot)) {
         auto in = m_inputs.find(key);
         if (in != m_inputs.end()) {
             if (isMessageKey(in->second)) return Value(static_cast<std::int32_t>(in->second.node));
@@ -279,6 +281,7 @@ void Database::doSetStoredArray(const AttrKey& key, const PackedArray& elements)
 }
 
 void Database::storedChanged(const AttrKey& key) {
+    node(key.node)->m_evaluationMemo = -1;
     if (m_recording) m_open->change->recordDirect(key);
     markDirty(key);
     if (key == m_timeKey) {
@@ -562,8 +565,11 @@ void Database::linkInput(const AttrKey& source, const AttrKey& destination) {
     m_inputs[destination] = source;
     m_outputs[source].push_back(destination);
     ++node(source.node)->m_connections;
-    ++node(destination.node)->m_connections;
-    ++node(destination.node)->m_inputs;
+    Node* d = node(destination.node);
+    ++d->m_connections;
+    ++d->m_inputs;
+    d->m_inputSlots |= std::uint64_t{1} << (destination.slot < 63 ? destination.slot : 63);
+    d->m_evaluationMemo = -1;
 }
 
 void Database::unlinkInput(const AttrKey& destination) {
@@ -582,7 +588,8 @@ void Database::unlinkInput(const AttrKey& destination) {
     if (Node* s = node(source.node)) --s->m_connections;
     if (Node* d = node(destination.node)) {
         --d->m_connections;
-        --d->m_inputs;
+        if (--d->m_inputs == 0) d->m_inputSlots = 0;
+        d->m_evaluationMemo = -1;
     }
 }
 
@@ -600,7 +607,7 @@ void Database::markDirty(const AttrKey& seed) { markDirty(&seed, 1); }
 
 void Database::markDirty(const AttrKey* seeds, std::size_t count) {
     // Nothing cached and no change being gathered: nothing to tell (a scene being built aside).
-    if (m_cache.empty() && (!m_recording || !m_open)) return;
+    if (m_cachedCount == 0 && (!m_recording || !m_open)) return;
     // One buffer for every call: a burst of writes allocates nothing here.
     std::vector<AttrKey>& stack = m_dirtyStack;
     // The walks from several seeds meet: each attribute is then gone through once.
@@ -620,9 +627,11 @@ void Database::markDirty(const AttrKey* seeds, std::size_t count) {
             }
             const bool computed = def->has(Computed);
             if (computed) {
-                auto it = m_cache.find(k);
-                if (it != m_cache.end()) {
-                    m_cache.erase(it);
+                Node::CachedValue& cache = n->cached(n->def().computedOrdinal(k.slot));
+                if (cache.valid) {
+                    cache.valid = false;
+                    cache.value = Value();
+                    --m_cachedCount;
                 } else if (!isSeed) {
                     continue;  // never read since it last changed: nothing below it is cached either
                 }
@@ -631,9 +640,10 @@ void Database::markDirty(const AttrKey* seeds, std::size_t count) {
             isSeed = false;
             if (again) continue;
             recordKey(k);
-            auto out = m_outputs.find(k);
+            const bool drivesOthers = n->m_connections > n->m_inputs;
+            auto out = drivesOthers ? m_outputs.find(k) : m_outputs.end();
             if (out != m_outputs.end()) stack.insert(stack.end(), out->second.begin(), out->second.end());
-            if (k.element >= 0) {
+            if (k.element >= 0 && drivesOthers) {
                 // A field or element change is also a change of the element and of the whole array.
                 for (const AttrKey& holder : {k.withElement(k.element), k.arrayKey()}) {
                     if (holder == k) continue;

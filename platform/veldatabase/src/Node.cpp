@@ -40,6 +40,19 @@ Node::~Node() {
     delete[] m_data;
 }
 
+Node::CachedValue& Node::cached(int ordinal) const {
+    if (!m_cached) m_cached = std::make_unique<CachedValue[]>(m_def->computedSlots().size());
+    return m_cached[static_cast<std::size_t>(ordinal)];
+}
+
+std::size_t Node::dropCache() const {
+    if (!m_cached) return 0;
+    std::size_t valid = 0;
+    for (std::size_t i = 0; i < m_def->computedSlots().size(); ++i) valid += m_cached[i].valid ? 1 : 0;
+    m_cached.reset();
+    return valid;
+}
+
 unsigned char* Node::slotData(int slot) const { return m_data + m_def->slot(slot).offset; }
 
 const AttributeDef* Node::slotDef(int slot) const {

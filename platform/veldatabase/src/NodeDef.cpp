@@ -108,6 +108,9 @@ void NodeDef::layoutStorage() {
         }
     }
     std::sort(m_computedSlots.begin(), m_computedSlots.end());
+    m_computedOrdinal.assign(m_slots.size(), -1);
+    for (std::size_t i = 0; i < m_computedSlots.size(); ++i)
+        m_computedOrdinal[static_cast<std::size_t>(m_computedSlots[i])] = static_cast<int>(i);
     m_storageSize = (offset + 7) / 8 * 8;
     m_defaults.assign(m_storageSize, 0);
     for (const SlotInfo& info : m_slots) {

@@ -1,4 +1,5 @@
 #include <velscenegraph/AnimationCurve.h>
+#include <velscenegraph/CurveMath.h>
 
 #include <algorithm>
 #include <cmath>
@@ -24,6 +25,18 @@ float saneTolerance(float tol)
         return kDefaultTolerance;
     return std::max(tol, kMinTolerance);
 }
+
+// The keys of a curve object, as the curve mathematics reads them.
+struct KeyList {
+    const std::vector<CurveKey>& keys;
+    std::size_t size() const { return keys.size(); }
+    float time(std::size_t i) const { return keys[i].time; }
+    float value(std::size_t i) const { return keys[i].value; }
+    TangentType inType(std::size_t i) const { return keys[i].inType; }
+    TangentType outType(std::size_t i) const { return keys[i].outType; }
+    float inSlope(std::size_t i) const { return keys[i].inSlope; }
+    float outSlope(std::size_t i) const { return keys[i].outSlope; }
+};
 
 void appendPoint(std::vector<VelPoint2D>& out, VelPoint2D p)
 {
@@ -53,85 +66,28 @@ AnimationCurve::AnimationCurve(std::vector<CurveKey> keys, Extrapolation pre, Ex
 
 void AnimationCurve::resolveSlopes()
 {
+    const KeyList keys{m_keys};
     m_inSlope.resize(m_keys.size());
     m_outSlope.resize(m_keys.size());
     for (std::size_t i = 0; i < m_keys.size(); ++i) {
-        m_inSlope[i] = resolveSlope(i, true);
-        m_outSlope[i] = resolveSlope(i, false);
+        m_inSlope[i] = curve::resolveSlope(keys, i, true);
+        m_outSlope[i] = curve::resolveSlope(keys, i, false);
     }
-}
-
-float AnimationCurve::secant(std::size_t from, std::size_t to) const
-{
-    return (m_keys[to].value - m_keys[from].value) / (m_keys[to].time - m_keys[from].time);
-}
-
-float AnimationCurve::resolveSlope(std::size_t i, bool in) const
-{
-    const CurveKey& k = m_keys[i];
-    const bool hasPrev = i > 0;
-    const bool hasNext = i + 1 < m_keys.size();
-    if (!hasPrev && !hasNext)
-        return 0;
-    // The lone secant at either end of the curve.
-    const float endSecant = hasPrev ? secant(i - 1, i) : secant(i, i + 1);
-
-    switch (in ? k.inType : k.outType) {
-    case TangentType::Fixed:
-        return in ? k.inSlope : k.outSlope;
-    case TangentType::Flat:
-    case TangentType::Step:
-        return 0;
-    case TangentType::Linear:
-        if (in && hasPrev)
-            return secant(i - 1, i);
-        if (!in && hasNext)
-            return secant(i, i + 1);
-        return endSecant;  // no key on that side: carry the line on
-    case TangentType::Smooth: {
-        if (!hasPrev || !hasNext)
-            return endSecant;
-        const float left = secant(i - 1, i), right = secant(i, i + 1);
-        if (!(left * right > 0))
-            return 0;  // peak, dip or plateau
-        const float slope = (m_keys[i + 1].value - m_keys[i - 1].value) /
-                            (m_keys[i + 1].time - m_keys[i - 1].time);
-        // Keep both neighbouring segments monotone so the curve cannot overshoot a key.
-        const float limit = 3 * std::min(std::fabs(left), std::fabs(right));
-        return std::clamp(slope, -limit, limit);
-    }
-    }
-    return 0;
 }
 
 bool AnimationCurve::isStep(std::size_t seg) const
 {
-    return m_keys[seg].outType == TangentType::Step ||
-           m_keys[seg + 1].inType == TangentType::Step;
+    return curve::isStep(KeyList{m_keys}, seg);
 }
 
 std::size_t AnimationCurve::segmentAt(float time) const
 {
-    const auto it = std::upper_bound(m_keys.begin(), m_keys.end(), time,
-                                     [](float t, const CurveKey& k) { return t < k.time; });
-    const std::size_t after = static_cast<std::size_t>(it - m_keys.begin());
-    return std::min(after > 0 ? after - 1 : 0, m_keys.size() - 2);
+    return curve::segmentAt(KeyList{m_keys}, time);
 }
 
 float AnimationCurve::segmentValue(std::size_t seg, float time) const
 {
-    const CurveKey& k0 = m_keys[seg];
-    const CurveKey& k1 = m_keys[seg + 1];
-    if (time >= k1.time)
-        return k1.value;
-    if (time <= k0.time || isStep(seg))
-        return k0.value;
-
-    const float d = k1.time - k0.time;
-    const float s = (time - k0.time) / d;
-    const float s2 = s * s, s3 = s2 * s;
-    return (2 * s3 - 3 * s2 + 1) * k0.value + (s3 - 2 * s2 + s) * d * m_outSlope[seg] +
-           (3 * s2 - 2 * s3) * k1.value + (s3 - s2) * d * m_inSlope[seg + 1];
+    return curve::segmentValue(KeyList{m_keys}, seg, time, m_outSlope[seg], m_inSlope[seg + 1]);
 }
 
 float AnimationCurve::segmentSlope(std::size_t seg, float time) const
@@ -150,44 +106,13 @@ float AnimationCurve::segmentSlope(std::size_t seg, float time) const
 
 float AnimationCurve::foldTime(float time, Extrapolation mode, float& direction) const
 {
-    const float start = startTime();
-    const float period = endTime() - start;
-    direction = 1;
-    const bool mirror = mode == Extrapolation::Oscillate;
-    const float range = mirror ? 2 * period : period;
-    float offset = std::fmod(time - start, range);
-    if (offset < 0)
-        offset += range;
-    // The second half of an oscillation runs backwards.
-    if (mirror && offset > period) {
-        offset = range - offset;
-        direction = -1;
-    }
-    return start + offset;
+    return curve::foldTime(KeyList{m_keys}, time, mode, direction);
 }
 
 float AnimationCurve::evaluate(float time) const
 {
-    if (m_keys.empty())
-        return 0;
-    if (m_keys.size() == 1)
-        return m_keys.front().value;
-
-    float direction = 1;
-    if (time < startTime()) {
-        if (m_pre == Extrapolation::Constant)
-            return m_keys.front().value;
-        if (m_pre == Extrapolation::Linear)
-            return m_keys.front().value + preGradient() * (time - startTime());
-        time = foldTime(time, m_pre, direction);
-    } else if (time > endTime()) {
-        if (m_post == Extrapolation::Constant)
-            return m_keys.back().value;
-        if (m_post == Extrapolation::Linear)
-            return m_keys.back().value + postGradient() * (time - endTime());
-        time = foldTime(time, m_post, direction);
-    }
-    return segmentValue(segmentAt(time), time);
+    std::size_t segment = 0;
+    return curve::evaluate(KeyList{m_keys}, m_pre, m_post, time, segment);
 }
 
 float AnimationCurve::slopeAt(float time) const

@@ -63,8 +63,10 @@ db::Value computeTransform(const db::Database& d, const db::Node& n, int slot) {
 }
 
 db::Value computeAnimation(const db::Database& d, const db::Node& n, int slot) {
+    const int index = n.def().slot(slot).index;
+    if (index == Index::AnimOutput) return AnimationEvaluator::output(d, n);
     AnimationCurve curve = AnimationEvaluator::curve(d, n.id());
-    switch (n.def().slot(slot).index) {
+    switch (index) {
     case Index::AnimPreGradient: return curve.preGradient();
     case Index::AnimPostGradient: return curve.postGradient();
     case Index::AnimOutput: return curve.evaluate(AnimationEvaluator::currentTime(d));

@@ -250,7 +250,7 @@ private:
     std::unordered_set<int> m_timeNodes;
     AttrKey m_timeKey;
 
-    mutable std::unordered_map<AttrKey, Value, AttrKeyHash> m_cache;
+    mutable std::size_t m_cachedCount = 0;  // computed values held in the nodes' caches
     mutable std::uint64_t m_computeCount = 0;
     mutable std::unordered_map<AttrKey, int, AttrKeyHash> m_extraAttributeIds;
     mutable std::vector<AttrKey> m_extraAttributeKeys;

@@ -60,6 +60,13 @@ public:
     int connectionCount() const { return m_connections; }
     // Connections that drive attributes of this node; without any, its values are its stored ones.
     int inputCount() const { return m_inputs; }
+    // False only when no connection drives this slot or its elements (a quick test before a look-up).
+    bool mayHaveInput(int slot) const { return m_inputs > 0 && (m_inputSlots >> (slot < 63 ? slot : 63) & 1u) != 0; }
+
+    // Where the last evaluation of a computed attribute of this node looked (an animation curve's
+    // last segment), kept by the evaluator; -1 after any change of the node's values or inputs.
+    int evaluationMemo() const { return m_evaluationMemo; }
+    void setEvaluationMemo(int memo) const { m_evaluationMemo = memo; }
 
 private:
     friend class Database;
@@ -69,6 +76,14 @@ private:
         std::vector<char> removed;  // removed attributes keep their slot so that keys stay stable
     };
     unsigned char* slotData(int slot) const;
+    // The database's cache of computed values: one per computed slot, made at the first read.
+    struct CachedValue {
+        Value value;
+        bool valid = false;
+    };
+    CachedValue& cached(int ordinal) const;
+    // Forgets every cached value; returns how many were valid.
+    std::size_t dropCache() const;
 
     int m_id;
     const NodeDef* m_def;
@@ -79,8 +94,10 @@ private:
     std::unique_ptr<CustomAttributes> m_custom;
     int m_connections = 0;
     int m_inputs = 0;  // of m_connections, those that drive an attribute of this node
+    std::uint64_t m_inputSlots = 0;  // bit s: slot s (63: any slot from 63 on) may have an input
     bool m_selected = false;
-    mutable bool m_hasCache = false;
+    mutable std::int32_t m_evaluationMemo = -1;
+    mutable std::unique_ptr<CachedValue[]> m_cached;
 };
 
 }  // namespace db

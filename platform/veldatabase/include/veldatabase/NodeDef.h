@@ -69,6 +69,8 @@ public:
     int findTopLevel(const std::string& name) const;
     int findChild(int compoundSlot, const std::string& name) const;
     const std::vector<int>& computedSlots() const { return m_computedSlots; }
+    // The place of a computed slot in computedSlots(); -1 for any other slot.
+    int computedOrdinal(int s) const { return m_computedOrdinal[static_cast<std::size_t>(s)]; }
     const std::vector<int>& ownedStorageSlots() const { return m_ownedSlots; }
     bool hasTimeDependentSlots() const { return m_timeDependent; }
     // Slots computed from an attribute of the parent node (parent slot -> own slot).
@@ -91,6 +93,7 @@ private:
     std::vector<SlotInfo> m_slots;
     std::vector<int> m_topLevel;
     std::vector<int> m_computedSlots;
+    std::vector<int> m_computedOrdinal;
     std::vector<int> m_ownedSlots;
     std::vector<std::pair<int, int>> m_parentLinks;
     std::vector<std::unique_ptr<PackedLayout>> m_layouts;

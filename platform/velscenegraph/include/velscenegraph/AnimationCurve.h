@@ -55,8 +55,6 @@ public:
 
 private:
     void resolveSlopes();
-    float secant(std::size_t from, std::size_t to) const;
-    float resolveSlope(std::size_t i, bool in) const;
     bool isStep(std::size_t seg) const;
     std::size_t segmentAt(float time) const;
     float segmentValue(std::size_t seg, float time) const;
