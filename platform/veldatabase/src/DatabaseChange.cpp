@@ -4,12 +4,12 @@
 namespace db {
 
 bool DatabaseChange::isEmpty() const {
-    return m_changedNodes.empty() && m_changedKeys.empty() && m_created.empty() && m_deleted.empty() &&
+    return m_nodeLog.empty() && m_keyLog.empty() && m_created.empty() && m_deleted.empty() &&
            !m_connectionCreated && !m_connectionDeleted && !m_selectionChanged;
 }
 
 bool DatabaseChange::hasEdits() const {
-    return !m_changedNodes.empty() || !m_changedKeys.empty() || !m_created.empty() || !m_deleted.empty() ||
+    return !m_nodeLog.empty() || !m_keyLog.empty() || !m_created.empty() || !m_deleted.empty() ||
            m_connectionCreated || m_connectionDeleted;
 }
 
@@ -29,15 +29,26 @@ void DatabaseChange::recordDef(const NodeDef& def) {
     m_changedDefs.insert(&def);
 }
 
+const std::unordered_set<int>& DatabaseChange::changedNodes() const {
+    for (; m_nodesIndexed < m_nodeLog.size(); ++m_nodesIndexed) m_changedNodes.insert(m_nodeLog[m_nodesIndexed]);
+    return m_changedNodes;
+}
+
+const std::unordered_set<AttrKey, AttrKeyHash>& DatabaseChange::changedKeys() const {
+    for (; m_keysIndexed < m_keyLog.size(); ++m_keysIndexed) m_changedKeys.insert(m_keyLog[m_keysIndexed]);
+    return m_changedKeys;
+}
+
 void DatabaseChange::recordObject(int node, const NodeDef& def) {
-    if (m_changedNodes.insert(node).second) recordDef(def);
+    if (m_nodeLog.empty() || m_nodeLog.back() != node) m_nodeLog.push_back(node);
+    recordDef(def);
 }
 
 void DatabaseChange::recordAttribute(const AttrKey& key, int topLevelSlot, ValueType type, const NodeDef& def) {
     recordObject(key.node, def);
-    m_changedKeys.insert(key);
-    if (key.element >= 0) m_changedKeys.insert(key.arrayKey());
-    if (topLevelSlot >= 0 && topLevelSlot != key.slot) m_changedKeys.insert(AttrKey{key.node, topLevelSlot});
+    logKey(key);
+    if (key.element >= 0) logKey(key.arrayKey());
+    if (topLevelSlot >= 0 && topLevelSlot != key.slot) logKey(AttrKey{key.node, topLevelSlot});
     m_changedTypes |= 1u << static_cast<unsigned>(type);
     recordSlot(def, key.slot);
     if (topLevelSlot >= 0 && topLevelSlot != key.slot) recordSlot(def, topLevelSlot);
@@ -82,7 +93,7 @@ void DatabaseChange::recordConnection(bool created, bool reference) {
 }
 
 bool DatabaseChange::isOnlyAttributeChanged(const AttrKey& key) const {
-    return m_changedKeys.size() == 1 && m_changedKeys.count(key) && m_created.empty() && m_deleted.empty() &&
+    return changedKeys().size() == 1 && changedKeys().count(key) && m_created.empty() && m_deleted.empty() &&
            m_renamed.empty() && m_reparented.empty() && !m_connectionCreated && !m_connectionDeleted;
 }
 
@@ -92,8 +103,8 @@ bool DatabaseChange::isOnlyValueSet(const AttrKey& key) const {
 }
 
 void DatabaseChange::merge(const DatabaseChange& later) {
-    m_changedNodes.insert(later.m_changedNodes.begin(), later.m_changedNodes.end());
-    m_changedKeys.insert(later.m_changedKeys.begin(), later.m_changedKeys.end());
+    m_nodeLog.insert(m_nodeLog.end(), later.m_nodeLog.begin(), later.m_nodeLog.end());
+    m_keyLog.insert(m_keyLog.end(), later.m_keyLog.begin(), later.m_keyLog.end());
     m_changedDefs.insert(later.m_changedDefs.begin(), later.m_changedDefs.end());
     m_changedSlots.insert(later.m_changedSlots.begin(), later.m_changedSlots.end());
     if (later.m_directCount > 0) recordDirect(later.m_directKey);

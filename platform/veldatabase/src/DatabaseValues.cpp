@@ -652,7 +652,7 @@ void Database::markDirty(const AttrKey* seeds, std::size_t count) {
                 }
             }
             for (int s : n->def().computedSlots())
-                if (s != k.slot) stack.push_back(AttrKey{k.node, s});
+                if (s != k.slot && !(computed && n->def().slot(s).def->has(FromOwnValues))) stack.push_back(AttrKey{k.node, s});
             if (computed) {
                 for (int c : n->m_children) {
                     const Node* child = node(c);

@@ -115,9 +115,14 @@ std::vector<db::AttributeDef> objectAttributes() {
 std::vector<db::AttributeDef> transformAttributes() {
     db::AttributeDef parentMatrix = matrixOutput("parentMatrix");
     parentMatrix.parentSlot = Index::WorldMatrix;
+    // The parent matrix follows the parent's world matrix and the local one the node's own values:
+    // neither is made from the node's other matrices.
+    parentMatrix.flags |= db::FromOwnValues;
+    db::AttributeDef localMatrix = matrixOutput("localMatrix");
+    localMatrix.flags |= db::FromOwnValues;
     return {real("translateX", 0, Linear), real("translateY", 0, Linear), real("translateZ", 0, Linear),
             real("rotateX", 0, Angular), real("rotateY", 0, Angular), real("rotateZ", 0, Angular),
-            parentMatrix, matrixOutput("localMatrix"), matrixOutput("worldMatrix"),
+            parentMatrix, localMatrix, matrixOutput("worldMatrix"),
             real("scaleX", 1), real("scaleY", 1), real("scaleZ", 1),
             choice("rotateOrder", {"xyz", "xzy", "yzx", "yxz", "zxy", "zyx"}),
             boolean("inheritsTransform", true),

@@ -13,8 +13,9 @@ namespace db {
 
 class NodeDef;
 
-// Everything that one outermost change block did, gathered while the block was open so that
-// every question is a hash look-up.
+// Everything that one outermost change block did. Changed objects and attributes are logged while
+// the block is open (appending, repeats and all, which is what a change of frame over a crowd
+// needs to stay cheap) and indexed when first asked about, so that every question is a hash look-up.
 class DatabaseChange {
 public:
     bool isEmpty() const;
@@ -34,10 +35,10 @@ public:
 
     // Created and deleted objects count as changed without being listed twice.
     bool isObjectChanged(int node) const {
-        return m_changedNodes.count(node) != 0 || m_createdSet.count(node) != 0 || m_deletedSet.count(node) != 0;
+        return changedNodes().count(node) != 0 || m_createdSet.count(node) != 0 || m_deletedSet.count(node) != 0;
     }
     bool isNameChanged(int node) const { return m_renamedSet.count(node) != 0; }
-    bool isAttributeChanged(const AttrKey& key) const { return m_changedKeys.count(key) != 0; }
+    bool isAttributeChanged(const AttrKey& key) const { return changedKeys().count(key) != 0; }
     // Whether this slot (an attribute, a compound's field, a custom attribute's place) changed on
     // any object of this type. A panel showing one attribute over many objects asks this first:
     // when it says no, none of its objects changed there.
@@ -58,8 +59,8 @@ public:
     const std::vector<int>& renamed() const { return m_renamed; }
     const std::vector<int>& reparented() const { return m_reparented; }
     // Objects whose values, name or place changed (created and deleted ones are in their own lists).
-    const std::unordered_set<int>& changedNodes() const { return m_changedNodes; }
-    std::size_t changedAttributeCount() const { return m_changedKeys.size(); }
+    const std::unordered_set<int>& changedNodes() const;
+    std::size_t changedAttributeCount() const { return changedKeys().size(); }
     const std::string& description() const { return m_description; }
 
     // Recording, used by the database while a block is open.
@@ -94,12 +95,19 @@ private:
         }
     };
     void recordSlot(const NodeDef& def, int slot);
+    void logKey(const AttrKey& key) {
+        if (m_keyLog.empty() || !(m_keyLog.back() == key)) m_keyLog.push_back(key);
+    }
+    const std::unordered_set<AttrKey, AttrKeyHash>& changedKeys() const;
 
     static void addUnique(std::vector<int>& list, std::unordered_set<int>& set, int node);
     void recordDef(const NodeDef& def);
 
-    std::unordered_set<int> m_changedNodes;
-    std::unordered_set<AttrKey, AttrKeyHash> m_changedKeys;
+    std::vector<int> m_nodeLog;      // objects whose values, name or place changed, repeats and all
+    std::vector<AttrKey> m_keyLog;   // attributes that changed, repeats and all
+    mutable std::unordered_set<int> m_changedNodes;  // the logs indexed, as far as they were asked
+    mutable std::unordered_set<AttrKey, AttrKeyHash> m_changedKeys;
+    mutable std::size_t m_nodesIndexed = 0, m_keysIndexed = 0;
     std::unordered_set<const NodeDef*> m_changedDefs;
     std::unordered_set<TypeSlot, TypeSlotHash> m_changedSlots;
     TypeSlot m_lastSlot{nullptr, -1};  // skips the set insert for runs of one attribute

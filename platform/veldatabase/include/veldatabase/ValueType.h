@@ -32,6 +32,9 @@ enum AttributeFlag : std::uint32_t {
     TimeDependent = 1u << 5,  // computed from the scene's current time
     Internal = 1u << 6,       // kept by the core, never saved (e.g. the message attribute)
     NumericOutput = 1u << 7,  // may drive any numeric input (animation curves drive bools and enums too)
+    // A computed attribute made from its node's own values and inputs alone, not from its other
+    // computed attributes: a change of those leaves it as it is (a local matrix, when the parent moves).
+    FromOwnValues = 1u << 8,
 };
 
 inline bool isNumeric(ValueType t) {
