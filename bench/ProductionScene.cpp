@@ -39,12 +39,7 @@ db::Value curveKeys(int curve) {
 }
 }  // namespace
 
-Crowd::Crowd() {
-    db::Database& d = *database;
-    sg::registerNodeTypes(d);
-    settings = d.create(sg::SceneSettingsNode::Def, "SceneSettings");
-    d.setTimeKey(slot(d, settings, sg::Index::Frame));
-    auto start = std::chrono::steady_clock::now();
+void buildCharacters(db::Database& d, std::vector<int>& joints, std::vector<int>& animated) {
     d.beginChangeBlock();
     for (int c = 0; c < Characters; ++c) {
         const int character = d.create(sg::CharacterNode::Def, "Character" + std::to_string(c));
@@ -62,6 +57,15 @@ Crowd::Crowd() {
         }
     }
     d.endChangeBlock("Create");
+}
+
+Crowd::Crowd() {
+    db::Database& d = *database;
+    sg::registerNodeTypes(d);
+    settings = d.create(sg::SceneSettingsNode::Def, "SceneSettings");
+    d.setTimeKey(slot(d, settings, sg::Index::Frame));
+    auto start = std::chrono::steady_clock::now();
+    buildCharacters(d, joints, animated);
     createSeconds = secondsSince(start);
 }
 

@@ -26,6 +26,10 @@ db::AttrKey slot(const db::Database& database, int id, int index);
 float keyTime(int k);
 float keyValue(int curve, int k);
 
+// Makes the characters' joints in `database` (whose types are registered); fills every joint,
+// character by character, and the joints that get curves.
+void buildCharacters(db::Database& database, std::vector<int>& joints, std::vector<int>& animated);
+
 // The characters' joints, without animation.
 struct Crowd {
     std::unique_ptr<db::Database> database = std::make_unique<db::Database>();

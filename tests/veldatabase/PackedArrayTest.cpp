@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <vector>
 
 namespace {
 
@@ -133,6 +134,64 @@ TEST_F(PackedArrayTest, APackedWriteIsOneUndoStepAndRefusedWhereAListWouldBe) {
     while (database.undo()) {
     }
     EXPECT_EQ(database.arraySize(samples()), 0);
+}
+
+// Keys added one by one, in any order, and removed: each block is one undo step that restores
+// exactly the elements before it, and redo the elements after it.
+TEST_F(PackedArrayTest, InsertedAndRemovedElementsUndoAndRedoInEveryOrder) {
+    auto times = [&] {
+        std::vector<float> out;
+        for (int e = 0; e < database.arraySize(samples()); ++e)
+            out.push_back(database.storedValue(samples().withElement(e, Time)).get<float>());
+        return out;
+    };
+    ASSERT_TRUE(database.setValue(samples(), db::Value(db::ValueList{sample(50, 0, true, 0)})));
+    database.beginChangeBlock();
+    for (int k = 0; k < 3; ++k) ASSERT_TRUE(database.insertElement(samples(), 1 + k, sample(60.0f + k, 1, false, 0)));  // appended
+    for (int k = 0; k < 3; ++k) ASSERT_TRUE(database.insertElement(samples(), 0, sample(40.0f - k, 1, false, 0)));  // each before the last
+    ASSERT_TRUE(database.insertElement(samples(), 3, sample(45, 2, true, 0)));                                       // in the middle
+    database.endChangeBlock("Key");
+    const std::vector<float> keyed{38, 39, 40, 45, 50, 60, 61, 62};
+    ASSERT_EQ(times(), keyed);
+    EXPECT_EQ(database.storedValue(samples().withElement(3)), sample(45, 2, true, 0));
+
+    database.beginChangeBlock();
+    ASSERT_TRUE(database.removeElement(samples(), 5));  // 60, then 61 slides into its place
+    ASSERT_TRUE(database.removeElement(samples(), 5));
+    ASSERT_TRUE(database.removeElement(samples(), 2));  // 40, then 39 before it
+    ASSERT_TRUE(database.removeElement(samples(), 1));
+    ASSERT_TRUE(database.setValue(samples().withElement(0, Time), db::Value(1.0f)));
+    ASSERT_TRUE(database.insertElement(samples(), 0, sample(0, 0, false, 0)));
+    database.endChangeBlock("Edit");
+    const std::vector<float> edited{0, 1, 45, 50, 62};
+    ASSERT_EQ(times(), edited);
+
+    ASSERT_TRUE(database.undo());
+    EXPECT_EQ(times(), keyed);
+    ASSERT_TRUE(database.undo());
+    EXPECT_EQ(times(), std::vector<float>{50});
+    ASSERT_TRUE(database.redo());
+    EXPECT_EQ(times(), keyed);
+    EXPECT_EQ(database.storedValue(samples().withElement(3)), sample(45, 2, true, 0));
+    ASSERT_TRUE(database.redo());
+    EXPECT_EQ(times(), edited);
+
+    EXPECT_FALSE(database.insertElement(samples(), 6, sample(0, 0, false, 0))) << "past the end";
+    EXPECT_FALSE(database.insertElement(samples(), 0, sample(0, 7, false, 0))) << "a choice out of range";
+    EXPECT_FALSE(database.removeElement(samples(), 5));
+}
+
+// Moving elements would move the ends of their connections: refused, the array kept.
+TEST_F(PackedArrayTest, ElementsThatAreEndsOfConnectionsAreNotMoved) {
+    ASSERT_TRUE(database.setValue(samples(), db::Value(db::ValueList{sample(1, 0, true, 0), sample(2, 0, true, 0)})));
+    const int other = database.create(sampledDef(), "t");
+    ASSERT_TRUE(database.setValue(db::AttrKey{other, Samples}, db::Value(db::ValueList{sample(9, 0, true, 0)})));
+    ASSERT_TRUE(database.connect(db::AttrKey{other, Samples, 0, Time}, samples().withElement(1, Time)));
+    EXPECT_FALSE(database.insertElement(samples(), 1, sample(1.5f, 0, true, 0)));
+    EXPECT_FALSE(database.removeElement(samples(), 0));
+    EXPECT_TRUE(database.insertElement(samples(), 2, sample(3, 0, true, 0))) << "after the connected element";
+    EXPECT_FALSE(database.removeElement(db::AttrKey{other, Samples}, 0)) << "nor the source's";
+    EXPECT_EQ(database.value(samples().withElement(1, Time)), db::Value(9.0f));
 }
 
 }  // namespace

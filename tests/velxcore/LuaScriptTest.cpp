@@ -405,6 +405,10 @@ TEST(LuaVelx, KeysFramesBlocksAndUndo) {
         velx.set_key("Ball", "translateY", nil, 3)               -- at the current frame
         assert(math.abs(velx.get("Ball", "translateY") - 3) < 1e-6)
         velx.set_key("Ball", "translateY", 6)                     -- the current value, at frame 6
+        assert(velx.frame() == 11)
+        velx.set_keys("Ball", "translateY", {21, 31}, {7, 8})
+        velx.set_frame(31)
+        assert(math.abs(velx.get("Ball", "translateY") - 8) < 1e-6)
         velx.clear_keys("Ball", "translateY")
 
         velx.begin_block()

@@ -243,6 +243,38 @@ for bad in (lambda: velx.set('Wing', 'translateX', {}), lambda: velx.set_frame(f
     EXPECT_TRUE(contains(r.python.LastError(), L"velx.Error: no object at 'Nope'"));
 }
 
+// Keys set away from the current frame leave it where it is; many keys go in as one undo step.
+TEST(PythonVelx, KeysAreSetAtAnyFrameOneOrManyAtATime) {
+    BoundRunner r;
+    ASSERT_TRUE(r.run(LR"PY(
+import velx
+velx.create('Transform', 'Ball')
+velx.set_frame(3)
+velx.set_key('Ball', 'translateX', 50, 1.5)
+velx.set_key('Ball', 'translateX', 60)
+assert velx.frame() == 3.0
+velx.set_keys('Ball', 'translateX', [40, 10, 30, 20, 50, 30], [4, 1, 9, 2, 5, 3])
+for frame, value in [(10, 1), (20, 2), (30, 3), (40, 4), (50, 5), (60, 1.5)]:
+    velx.set_frame(frame)
+    assert velx.get('Ball', 'translateX') == value, (frame, velx.get('Ball', 'translateX'))
+assert velx.undo()
+velx.set_frame(40)
+assert velx.get('Ball', 'translateX') == 1.5
+
+def refused(words, *args):
+    try:
+        velx.set_keys(*args)
+    except velx.Error as e:
+        assert words in str(e), str(e)
+    else:
+        raise AssertionError('no error: ' + words)
+refused('frames and values differ in length (2 and 1)', 'Ball', 'translateX', [1, 2], [1])
+refused('values[1] must be a finite number', 'Ball', 'translateX', [1, 2], [1, float('nan')])
+refused('frames must be a list of numbers', 'Ball', 'translateX', 5, [1])
+refused("'worldMatrix' cannot be animated", 'Ball', 'worldMatrix', [1], [1])
+)PY"));
+}
+
 TEST(PythonVelx, ValuesAndPluginFunctionsCrossTheBoundary) {
     TestFunctions test;
     XScriptFunctions& functions = test.functions;

@@ -322,6 +322,7 @@ void Database::reset() {
     root->m_children.clear();
     root->m_connections = 0;
     root->m_inputs = 0;
+    root->m_inputSlots = root->m_outputSlots = 0;
     root->m_selected = false;
     m_liveCount = 1;
     m_timeKey = AttrKey{};

@@ -157,6 +157,37 @@ void Database::journalSetArray(const AttrKey& key, const PackedArray& before, co
     op->values().arrayAfter = std::make_unique<PackedArray>(after);
 }
 
+void Database::journalElements(bool inserted, const AttrKey& arrayKey, int index, PackedArray&& elements) {
+    if (m_replaying || !m_open || !m_recording) return;
+    if (m_playback && !m_blockPlayback) keepPlaybackAsUndoStep();
+    const auto kind = inserted ? JournalOp::Kind::InsertElements : JournalOp::Kind::RemoveElements;
+    if (!m_open->ops.empty()) {
+        // A run of edits at one place of one array (keys added one after the other, or removed
+        // one by one from the same index) grows the record the run began with.
+        JournalOp& last = m_open->ops.back();
+        if (last.kind == kind && last.key == arrayKey) {
+            PackedArray& run = *last.valuePair->elements;
+            const int end = last.fromIndex + (inserted ? run.size() : 0);
+            if (index == end) {
+                run.insertRange(run.size(), elements);
+                return;
+            }
+            if (index == last.fromIndex - (inserted ? 0 : 1)) {
+                run.insertRange(0, elements);
+                last.fromIndex = index;
+                return;
+            }
+        }
+    }
+    JournalOp op;
+    op.kind = kind;
+    op.key = arrayKey;
+    op.fromIndex = index;
+    op.values().elements = std::make_unique<PackedArray>(std::move(elements));
+    m_open->lastArrayOp[arrayKey] = m_open->ops.size();
+    m_open->ops.push_back(std::move(op));
+}
+
 void Database::finishRound(bool transient, const std::string& description) {
     std::unique_ptr<Pending> round = std::move(m_open);
     UndoStep* step = nullptr;
@@ -320,6 +351,10 @@ void Database::apply(JournalOp& op, bool forward) {
         else doRemoveCustom(op.node, op.key.slot, op.payload->customDef, op.valuePair->after);
         break;
     case K::RemoveCustom: doSetCustomRemoved(op.node, op.key.slot, forward); break;
+    case K::InsertElements:
+    case K::RemoveElements:
+        doElements((op.kind == K::InsertElements) == forward, op.key, op.fromIndex, *op.valuePair->elements);
+        break;
     }
 }
 

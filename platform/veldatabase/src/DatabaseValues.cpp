@@ -224,6 +224,52 @@ bool Database::replacePackedArray(const AttrKey& key, const AttributeDef& def, P
     return true;
 }
 
+bool Database::elementsConnectedFrom(const AttrKey& arrayKey, int first) const {
+    const Node* n = node(arrayKey.node);
+    if (!n->mayHaveInput(arrayKey.slot) && !n->mayHaveOutput(arrayKey.slot)) return false;
+    const int fields = static_cast<int>(n->slotDef(arrayKey.slot)->children.size());
+    for (int e = first; e < n->arraySize(arrayKey.slot); ++e)
+        for (int c = -1; c < fields; ++c)
+            if (m_inputs.count(arrayKey.withElement(e, c)) || hasOutputs(arrayKey.withElement(e, c))) return true;
+    return false;
+}
+
+bool Database::insertElement(const AttrKey& arrayKey, int index, const Value& element) {
+    const AttributeDef* def = attributeDef(arrayKey);
+    if (!def || !isArrayKey(arrayKey) || def->has(Computed) || m_inputs.count(arrayKey)) return false;
+    Node* n = node(arrayKey.node);
+    if (!n->isPackedSlot(arrayKey.slot) || index < 0 || index > n->arraySize(arrayKey.slot)) return false;
+    if (elementsConnectedFrom(arrayKey, index)) return false;
+    Value converted;
+    if (!coerce(*def, true, Value(ValueList{element}), converted)) return false;
+    PackedArray one(*n->def().slot(arrayKey.slot).packed);
+    if (!one.assign(converted.get<ValueList>())) return false;
+    ImplicitBlock block(*this);
+    doElements(true, arrayKey, index, one);
+    journalElements(true, arrayKey, index, std::move(one));
+    return true;
+}
+
+bool Database::removeElement(const AttrKey& arrayKey, int index) {
+    const AttributeDef* def = attributeDef(arrayKey);
+    if (!def || !isArrayKey(arrayKey) || def->has(Computed) || m_inputs.count(arrayKey)) return false;
+    Node* n = node(arrayKey.node);
+    if (!n->isPackedSlot(arrayKey.slot) || index < 0 || index >= n->arraySize(arrayKey.slot)) return false;
+    if (elementsConnectedFrom(arrayKey, index)) return false;
+    ImplicitBlock block(*this);
+    PackedArray gone = n->packed(arrayKey.slot)->slice(index, 1);
+    doElements(false, arrayKey, index, gone);
+    journalElements(false, arrayKey, index, std::move(gone));
+    return true;
+}
+
+void Database::doElements(bool insert, const AttrKey& arrayKey, int index, const PackedArray& elements) {
+    PackedArray& stored = node(arrayKey.node)->mutablePacked(arrayKey.slot);
+    if (insert) stored.insertRange(index, elements);
+    else stored.eraseRange(index, elements.size());
+    storedChanged(arrayKey);
+}
+
 void Database::disconnectElementsFrom(const AttrKey& key, const AttributeDef& def, int firstGone) {
     // Elements that disappear lose their connections first.
     for (int e = firstGone; e < arraySize(key); ++e) {
@@ -564,7 +610,9 @@ void Database::doDisconnect(const AttrKey& destination) {
 void Database::linkInput(const AttrKey& source, const AttrKey& destination) {
     m_inputs[destination] = source;
     m_outputs[source].push_back(destination);
-    ++node(source.node)->m_connections;
+    Node* s = node(source.node);
+    ++s->m_connections;
+    s->m_outputSlots |= std::uint64_t{1} << (source.slot < 63 ? source.slot : 63);
     Node* d = node(destination.node);
     ++d->m_connections;
     ++d->m_inputs;
@@ -585,7 +633,8 @@ void Database::unlinkInput(const AttrKey& destination) {
         else list.erase(std::remove(list.begin(), list.end(), destination), list.end());
         if (list.empty()) m_outputs.erase(out);
     }
-    if (Node* s = node(source.node)) --s->m_connections;
+    if (Node* s = node(source.node))
+        if (--s->m_connections == s->m_inputs) s->m_outputSlots = 0;
     if (Node* d = node(destination.node)) {
         --d->m_connections;
         if (--d->m_inputs == 0) d->m_inputSlots = 0;

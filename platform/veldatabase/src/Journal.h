@@ -29,6 +29,8 @@ struct JournalOp {
         Select,         // ids before, ids after
         AddCustom,      // node, slot, def (owned while undone), value
         RemoveCustom,   // node, slot
+        InsertElements,  // array key, first index, the elements inserted there (packed)
+        RemoveElements,  // array key, first index, the elements removed from there (packed)
     };
 
     // A value write's two values (and an added custom attribute's initial value), apart from the
@@ -37,6 +39,7 @@ struct JournalOp {
     struct Values {
         Value before, after;
         std::unique_ptr<PackedArray> arrayBefore, arrayAfter;
+        std::unique_ptr<PackedArray> elements;  // inserted or removed elements
     };
     // Fields that only some kinds need live apart so that a created node costs a few bytes.
     struct Payload {

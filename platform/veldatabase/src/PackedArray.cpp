@@ -128,6 +128,22 @@ void PackedArray::erase(int index) {
     m_bytes.erase(first, first + static_cast<std::ptrdiff_t>(m_layout->stride()));
 }
 
+PackedArray PackedArray::slice(int index, int count) const {
+    PackedArray part(*m_layout);
+    part.m_bytes.assign(at(index), at(index) + static_cast<std::size_t>(count) * m_layout->stride());
+    return part;
+}
+
+void PackedArray::insertRange(int index, const PackedArray& elements) {
+    m_bytes.insert(m_bytes.begin() + static_cast<std::ptrdiff_t>(static_cast<std::size_t>(index) * m_layout->stride()),
+                   elements.m_bytes.begin(), elements.m_bytes.end());
+}
+
+void PackedArray::eraseRange(int index, int count) {
+    auto first = m_bytes.begin() + static_cast<std::ptrdiff_t>(static_cast<std::size_t>(index) * m_layout->stride());
+    m_bytes.erase(first, first + static_cast<std::ptrdiff_t>(static_cast<std::size_t>(count) * m_layout->stride()));
+}
+
 void PackedArray::resize(int size) {
     const int old = this->size();
     m_bytes.resize(static_cast<std::size_t>(size) * m_layout->stride());

@@ -80,6 +80,13 @@ public:
     // values in between. The elements must be valid for the attribute (choices in range); false
     // when the attribute is no such array, is driven by a connection, or has another layout.
     bool setArray(const AttrKey& key, PackedArray&& elements);
+    // Inserts one element into an array of numbers (an animation key) before `index`, or removes
+    // the element at `index`; the elements after it move. Journaled as the edit itself, and
+    // consecutive edits of one array in a block as one record, so that keying a curve key by key
+    // costs no copies of its keys. Refused (false) where an element from `index` on takes part in
+    // a connection, which the move would change.
+    bool insertElement(const AttrKey& arrayKey, int index, const Value& element);
+    bool removeElement(const AttrKey& arrayKey, int index);
     bool resizeArray(const AttrKey& key, int size);
     int addCustomAttribute(int id, AttributeDef def);  // returns the new slot, -1 on failure
     bool removeCustomAttribute(int id, int slot);
@@ -214,6 +221,10 @@ private:
     // keep their order in the journal.
     void journalSetValue(const AttrKey& key, const Value& before, const Value& after, bool inArray);
     void journalSetArray(const AttrKey& key, const PackedArray& before, const PackedArray& after);
+    void journalElements(bool inserted, const AttrKey& arrayKey, int index, PackedArray&& elements);
+    void doElements(bool insert, const AttrKey& arrayKey, int index, const PackedArray& elements);
+    // Whether an element of the array from `first` on is an end of a connection.
+    bool elementsConnectedFrom(const AttrKey& arrayKey, int first) const;
     // The record a value write fills: a new one (isNew: it needs the value before too) or the
     // block's earlier record of the same attribute; null while nothing is journaled.
     JournalOp* valueRecord(const AttrKey& key, bool inArray, bool& isNew);

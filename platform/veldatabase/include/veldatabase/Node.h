@@ -62,6 +62,10 @@ public:
     int inputCount() const { return m_inputs; }
     // False only when no connection drives this slot or its elements (a quick test before a look-up).
     bool mayHaveInput(int slot) const { return m_inputs > 0 && (m_inputSlots >> (slot < 63 ? slot : 63) & 1u) != 0; }
+    // The same for connections this slot or its elements drive.
+    bool mayHaveOutput(int slot) const {
+        return m_connections > m_inputs && (m_outputSlots >> (slot < 63 ? slot : 63) & 1u) != 0;
+    }
 
     // Where the last evaluation of a computed attribute of this node looked (an animation curve's
     // last segment), kept by the evaluator; -1 after any change of the node's values or inputs.
@@ -95,6 +99,7 @@ private:
     int m_connections = 0;
     int m_inputs = 0;  // of m_connections, those that drive an attribute of this node
     std::uint64_t m_inputSlots = 0;  // bit s: slot s (63: any slot from 63 on) may have an input
+    std::uint64_t m_outputSlots = 0;  // the same for connections driven from the slot
     bool m_selected = false;
     mutable std::int32_t m_evaluationMemo = -1;
     mutable std::unique_ptr<CachedValue[]> m_cached;

@@ -69,6 +69,14 @@ public:
     bool setElement(int element, const Value& value);
     bool insert(int index, const Value& element);
     void erase(int index);
+    // Whole runs of elements, as a journal keeps them.
+    PackedArray slice(int index, int count) const;
+    void insertRange(int index, const PackedArray& elements);
+    // Appends element `index` of an array of the same layout.
+    void append(const PackedArray& from, int index) {
+        m_bytes.insert(m_bytes.end(), from.at(index), from.at(index) + m_layout->stride());
+    }
+    void eraseRange(int index, int count);
     void resize(int size);
     void reserve(std::size_t elements) { m_bytes.reserve(elements * m_layout->stride()); }
 

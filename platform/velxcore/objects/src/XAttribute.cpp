@@ -11,6 +11,8 @@
 
 #include <cstdlib>
 
+#include <cmath>
+
 namespace VelX {
 
 using Velutils::StringUtils;
@@ -502,22 +504,50 @@ XKeyframe XAttribute::SetDisplayKeyframe(float displayValue) {
 }
 
 XKeyframe XAttribute::SetKeyframe(float value) {
+    return SetKeyframeAt(sg::AnimationEvaluator::currentTime(m_database->db()), value);
+}
+
+XAnimation XAttribute::AnimationToKey() {
+    XAnimation animation = Animation();
+    if (animation.IsValid() || HasInput()) return animation;
+    db::Database& d = m_database->db();
+    std::string name = d.node(m_key.node)->name() + "_" + StringUtils::toUtf8(Name());
+    int id = d.create(sg::AnimationNode::Def, name, db::Database::RootId);
+    animation = XAnimation(XObject(m_database, id));
+    d.connect(animation.Output().key(), m_key);
+    return animation;
+}
+
+XKeyframe XAttribute::SetKeyframeAt(float frame, float value) {
     m_refused = true;
     if (!IsAnimatable()) return {};
     db::Database& d = m_database->db();
-    const float frame = sg::AnimationEvaluator::currentTime(d);
     d.beginChangeBlock();
-    XAnimation animation = Animation();
-    if (!animation.IsValid() && !HasInput()) {
-        std::string name = d.node(m_key.node)->name() + "_" + StringUtils::toUtf8(Name());
-        int id = d.create(sg::AnimationNode::Def, name, db::Database::RootId);
-        animation = XAnimation(XObject(m_database, id));
-        d.connect(animation.Output().key(), m_key);
-    }
+    XAnimation animation = AnimationToKey();
     XKeyframe key = animation.IsValid() ? animation.AddKeyframe(frame, value) : XKeyframe();
     d.endChangeBlock("Set Key");
     m_refused = !key.IsValid();
     return key;
+}
+
+bool XAttribute::SetKeyframesAt(const std::vector<float>& frames, const std::vector<float>& values) {
+    m_refused = true;
+    if (!IsAnimatable() || frames.size() != values.size()) return false;
+    for (std::size_t i = 0; i < frames.size(); ++i)
+        if (!std::isfinite(frames[i]) || !std::isfinite(values[i])) return false;
+    if (frames.empty()) return !(m_refused = false);
+    db::Database& d = m_database->db();
+    d.beginChangeBlock();
+    XAnimation animation = AnimationToKey();
+    const bool keyed = animation.IsValid() && animation.AddKeyframes(frames, values);
+    d.endChangeBlock("Set Keys");
+    m_refused = !keyed;
+    return keyed;
+}
+
+float XAttribute::ValueAtFrame(float frame) const {
+    XAnimation animation = Animation();
+    return animation.IsValid() ? animation.Evaluate(frame) : Float();
 }
 
 bool XAttribute::ClearAnimation() {

@@ -142,6 +142,10 @@ db::Value opSetKey(XLuaVelxModule& m, const Args& a) {
     api(m).setKey(text(a, 0, "path"), text(a, 1, "attribute"), optionalNumber(a, 2, "frame"), optionalNumber(a, 3, "value"));
     return {};
 }
+db::Value opSetKeys(XLuaVelxModule& m, const Args& a) {
+    api(m).setKeys(text(a, 0, "path"), text(a, 1, "attribute"), argument(a, 2), argument(a, 3));
+    return {};
+}
 db::Value opClearKeys(XLuaVelxModule& m, const Args& a) {
     api(m).clearKeys(text(a, 0, "path"), text(a, 1, "attribute"));
     return {};
@@ -183,7 +187,7 @@ const Entry kOperations[] = {
     {"delete", opDelete},       {"reparent", opReparent},     {"rename", opRename},
     {"select", opSelect},       {"selection", opSelection},   {"get", opGet},
     {"set", opSet},             {"attributes", opAttributes}, {"connect", opConnect},
-    {"disconnect", opDisconnect}, {"set_key", opSetKey},      {"clear_keys", opClearKeys},
+    {"disconnect", opDisconnect}, {"set_key", opSetKey}, {"set_keys", opSetKeys},      {"clear_keys", opClearKeys},
     {"frame", opFrame},         {"set_frame", opSetFrame},    {"begin_block", opBeginBlock},
     {"end_block", opEndBlock},  {"undo", opUndo},             {"redo", opRedo},
     {"log", opLog},             {"call", opCall},

@@ -349,6 +349,19 @@ PyObject* velxSetKey(VELX_ARGS) {
     });
 }
 
+PyObject* velxSetKeys(VELX_ARGS) {
+    VELX_KEYWORDS("path", "attribute", "frames", "values");
+    const char *path, *attribute;
+    PyObject *frames, *values;
+    if (!PyArg_ParseTupleAndKeywords(args, kwargs, "ssOO:set_keys", const_cast<char**>(keywords), &path, &attribute,
+                                     &frames, &values))
+        return nullptr;
+    return guarded([&] {
+        api().setKeys(path, attribute, toValue(frames), toValue(values));
+        Py_RETURN_NONE;
+    });
+}
+
 PyObject* velxClearKeys(VELX_ARGS) {
     VELX_KEYWORDS("path", "attribute");
     const char *path, *attribute;
@@ -529,6 +542,8 @@ PyMethodDef s_methods[] = {
     {"disconnect", cfunction(velxDisconnect), VELX_KW, "disconnect('Obj.attr'): removes the attribute's input"},
     {"set_key", cfunction(velxSetKey), VELX_KW,
      "set_key(path, attribute, frame=None, value=None): keys the attribute (at the current frame, with its value)"},
+    {"set_keys", cfunction(velxSetKeys), VELX_KW,
+     "set_keys(path, attribute, frames, values): keys the attribute at every frame of the list with the value at the same place"},
     {"clear_keys", cfunction(velxClearKeys), VELX_KW, "clear_keys(path, attribute): removes the attribute's animation"},
     {"frame", cfunction(velxFrame), METH_NOARGS, "frame() -> the current frame"},
     {"set_frame", cfunction(velxSetFrame), VELX_KW, "set_frame(frame)"},

@@ -22,6 +22,7 @@ constexpr std::size_t RecordBytes = 64;
 constexpr std::size_t ObjectBytes = 256;
 // A key on a curve, with its tangents and record.
 constexpr std::size_t KeyBytes = 96;
+constexpr std::size_t PackedKeyBytes = 48;  // a key kept in the curve and in the undo record
 // Walks over the scene check the clock this often.
 constexpr std::size_t StepsBetweenClockChecks = 4096;
 
@@ -227,15 +228,39 @@ void XScriptApi::setKey(const std::string& path, const std::string& attribute, c
     XAttribute a = attributeOf(m_scene, objectId(path), attribute);
     if (!a.IsAnimatable()) throw XScriptError("'" + attribute + "' cannot be animated");
     charge(KeyBytes);
-    XDatabase& database = m_scene.Database();
-    database.BeginChangeBlock();
-    XSceneSettings settings = m_scene.SceneSettings();
-    const float previous = settings.Frame();
-    if (!frame.isNone()) settings.SetFrame(static_cast<float>(frame.asDouble()));
-    XKeyframe key = a.SetKeyframe();
-    if (!value.isNone() && key.IsValid()) key.SetOutputValue(static_cast<float>(value.asDouble()));
-    if (!frame.isNone()) settings.SetFrame(previous);
-    database.EndChangeBlock(L"Set Key");
+    // Keyed where asked without moving the current frame: moving it would evaluate the scene.
+    const float at = frame.isNone() ? static_cast<float>(m_scene.SceneSettings().Frame()) : static_cast<float>(frame.asDouble());
+    const float keyed = value.isNone() ? a.ValueAtFrame(at) : static_cast<float>(value.asDouble());
+    if (!std::isfinite(at) || !std::isfinite(keyed)) throw XScriptError("the frame and the value must be finite numbers");
+    if (!a.SetKeyframeAt(at, keyed).IsValid()) throw XScriptError("'" + attribute + "' of '" + path + "' cannot be keyed (it is driven by a connection)");
+}
+
+namespace {
+std::vector<float> finiteNumbers(const db::Value& list, const char* what) {
+    const db::ValueList* items = list.tryGet<db::ValueList>();
+    if (!items) throw XScriptError(std::string(what) + " must be a list of numbers");
+    std::vector<float> numbers;
+    numbers.reserve(items->size());
+    for (const db::Value& item : *items) {
+        const bool isNumber = item.is<std::int32_t>() || item.is<float>() || item.is<double>();
+        if (!isNumber || !std::isfinite(item.asDouble()))
+            throw XScriptError(std::string(what) + "[" + std::to_string(numbers.size()) + "] must be a finite number");
+        numbers.push_back(static_cast<float>(item.asDouble()));
+    }
+    return numbers;
+}
+}  // namespace
+
+void XScriptApi::setKeys(const std::string& path, const std::string& attribute, const db::Value& frames,
+                         const db::Value& values) {
+    XAttribute a = attributeOf(m_scene, objectId(path), attribute);
+    if (!a.IsAnimatable()) throw XScriptError("'" + attribute + "' cannot be animated");
+    const std::vector<float> at = finiteNumbers(frames, "frames");
+    const std::vector<float> keyed = finiteNumbers(values, "values");
+    if (at.size() != keyed.size())
+        throw XScriptError("frames and values differ in length (" + std::to_string(at.size()) + " and " + std::to_string(keyed.size()) + ")");
+    charge(RecordBytes + PackedKeyBytes * at.size());
+    if (!a.SetKeyframesAt(at, keyed)) throw XScriptError("'" + attribute + "' of '" + path + "' cannot be keyed (it is driven by a connection)");
 }
 
 void XScriptApi::clearKeys(const std::string& path, const std::string& attribute) {

@@ -7,6 +7,8 @@
 #include <velutils/VelPoint2D.h>
 #include <velutils/Vector.h>
 
+#include <vector>
+
 namespace VelX {
 
 // The animation curve object that drives one animated attribute.
@@ -30,6 +32,9 @@ public:
     float Evaluate(float frame) const;
     // Adds a key or replaces the key at the same frame; returns its handle.
     XKeyframe AddKeyframe(float frame, float value);
+    // Adds many keys as one edit of the curve (frames and values pair up, finite): a key at a
+    // frame that has one replaces its value; the keys end in time order.
+    bool AddKeyframes(const std::vector<float>& frames, const std::vector<float>& values);
     bool RemoveKeyframe(int index);
 };
 

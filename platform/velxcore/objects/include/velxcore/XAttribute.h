@@ -128,11 +128,19 @@ public:
 
     // Animation.
     XAnimation Animation() const;
+    // The value this attribute would show at another frame: its curve there when animated.
+    float ValueAtFrame(float frame) const;
     XKeyframe SetKeyframe();
     // Keys this value (in internal or in display units) at the current frame: what typing into an
     // animated attribute does. Refused (see WasRefused) when the attribute cannot be keyed.
     XKeyframe SetKeyframe(float value);
     XKeyframe SetDisplayKeyframe(float displayValue);
+    // Keys a value at any frame, without moving the current one (an importer, a script).
+    XKeyframe SetKeyframeAt(float frame, float value);
+    // Keys many values at once (frames and values pair up), as one edit of the curve: a key at a
+    // frame that has one replaces its value. Refused (false) when the attribute cannot be keyed,
+    // the lists differ in length or hold a number that is not finite.
+    bool SetKeyframesAt(const std::vector<float>& frames, const std::vector<float>& values);
     bool ClearAnimation();
 
     // Whether the database refused the last setter called on this handle (the setters return the
@@ -155,6 +163,8 @@ public:
 
 private:
     bool setValue(const db::Value& value);
+    // The curve that animates this attribute, made and connected when there is none yet.
+    XAnimation AnimationToKey();
 
     XDatabase* m_database = nullptr;
     db::AttrKey m_key;

@@ -45,6 +45,8 @@ public:
     void disconnect(const std::string& destinationAttribute);
     // Sets a key at the frame (the current frame when none) with the value (the current one when none).
     void setKey(const std::string& path, const std::string& attribute, const db::Value& frame, const db::Value& value);
+    // Keys many frames at once (two lists of numbers), as one edit of the curve.
+    void setKeys(const std::string& path, const std::string& attribute, const db::Value& frames, const db::Value& values);
     void clearKeys(const std::string& path, const std::string& attribute);
     double frame() const;
     void setFrame(double frame);
