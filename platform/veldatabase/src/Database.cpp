@@ -323,6 +323,8 @@ void Database::reset() {
     root->m_connections = 0;
     root->m_inputs = 0;
     root->m_inputSlots = root->m_outputSlots = 0;
+    root->m_inputLinks.clear();
+    root->m_outputLinks.clear();
     root->m_selected = false;
     m_liveCount = 1;
     m_timeKey = AttrKey{};

@@ -62,12 +62,11 @@ Value Database::value(const AttrKey& key) const {
     // Only a slot with an input can have a value that comes from elsewhere: a node that only drives
     // others (an animation curve) reads its own values without looking its inputs up.
     if (n->mayHaveInput(key.slot)) {
-        auto in = m_inputs.find(key);
-        if (in != m_inputs.end()) {
-            if (isMessageKey(in->second)) return Value(static_cast<std::int32_t>(in->second.node));
-            Value v = value(in->second);
+        if (const AttrKey* source = inputOf(*n, key)) {
+            if (isMessageKey(*source)) return Value(static_cast<std::int32_t>(source->node));
+            Value v = value(*source);
             Value converted;
-            if (valueType(in->second) != def->type && coerce(*def, false, v, converted)) return converted;
+            if (valueType(*source) != def->type && coerce(*def, false, v, converted)) return converted;
             return v;
         }
     }
@@ -440,6 +439,27 @@ void Database::doSetCustomRemoved(int id, int slot, bool removed) {
 
 // ---------------------------------------------------------------- connections
 
+const AttrKey* Database::inputOf(const Node& n, const AttrKey& destination) const {
+    if (n.m_inputLinks.size() <= LinksKeptByNode) {
+        for (const auto& [end, source] : n.m_inputLinks)
+            if (end == destination) return &source;
+        return nullptr;
+    }
+    auto in = m_inputs.find(destination);
+    return in == m_inputs.end() ? nullptr : &in->second;
+}
+
+template <class Visit> void Database::forEachOutput(const Node& n, const AttrKey& source, Visit&& visit) const {
+    if (n.m_outputLinks.size() <= LinksKeptByNode) {
+        for (const auto& [end, destination] : n.m_outputLinks)
+            if (end == source) visit(destination);
+        return;
+    }
+    auto out = m_outputs.find(source);
+    if (out != m_outputs.end())
+        for (const AttrKey& destination : out->second) visit(destination);
+}
+
 AttrKey Database::input(const AttrKey& destination) const {
     auto it = m_inputs.find(destination);
     return it == m_inputs.end() ? AttrKey{} : it->second;
@@ -612,10 +632,12 @@ void Database::linkInput(const AttrKey& source, const AttrKey& destination) {
     m_outputs[source].push_back(destination);
     Node* s = node(source.node);
     ++s->m_connections;
+    s->m_outputLinks.emplace_back(source, destination);
     s->m_outputSlots |= std::uint64_t{1} << (source.slot < 63 ? source.slot : 63);
     Node* d = node(destination.node);
     ++d->m_connections;
     ++d->m_inputs;
+    d->m_inputLinks.emplace_back(destination, source);
     d->m_inputSlots |= std::uint64_t{1} << (destination.slot < 63 ? destination.slot : 63);
     d->m_evaluationMemo = -1;
 }
@@ -633,9 +655,19 @@ void Database::unlinkInput(const AttrKey& destination) {
         else list.erase(std::remove(list.begin(), list.end(), destination), list.end());
         if (list.empty()) m_outputs.erase(out);
     }
-    if (Node* s = node(source.node))
+    auto forget = [](std::vector<std::pair<AttrKey, AttrKey>>& links, const AttrKey& end, const AttrKey& other) {
+        for (std::size_t i = links.size(); i-- > 0;)
+            if (links[i].first == end && links[i].second == other) {
+                links.erase(links.begin() + static_cast<std::ptrdiff_t>(i));
+                break;
+            }
+    };
+    if (Node* s = node(source.node)) {
+        forget(s->m_outputLinks, source, destination);
         if (--s->m_connections == s->m_inputs) s->m_outputSlots = 0;
+    }
     if (Node* d = node(destination.node)) {
+        forget(d->m_inputLinks, destination, source);
         --d->m_connections;
         if (--d->m_inputs == 0) d->m_inputSlots = 0;
         d->m_evaluationMemo = -1;
@@ -689,16 +721,13 @@ void Database::markDirty(const AttrKey* seeds, std::size_t count) {
             isSeed = false;
             if (again) continue;
             recordKey(k);
-            const bool drivesOthers = n->m_connections > n->m_inputs;
-            auto out = drivesOthers ? m_outputs.find(k) : m_outputs.end();
-            if (out != m_outputs.end()) stack.insert(stack.end(), out->second.begin(), out->second.end());
-            if (k.element >= 0 && drivesOthers) {
+            if (n->mayHaveOutput(k.slot)) {
+                auto push = [&](const AttrKey& destination) { stack.push_back(destination); };
+                forEachOutput(*n, k, push);
                 // A field or element change is also a change of the element and of the whole array.
-                for (const AttrKey& holder : {k.withElement(k.element), k.arrayKey()}) {
-                    if (holder == k) continue;
-                    auto whole = m_outputs.find(holder);
-                    if (whole != m_outputs.end()) stack.insert(stack.end(), whole->second.begin(), whole->second.end());
-                }
+                if (k.element >= 0)
+                    for (const AttrKey& holder : {k.withElement(k.element), k.arrayKey()})
+                        if (holder != k) forEachOutput(*n, holder, push);
             }
             for (int s : n->def().computedSlots())
                 if (s != k.slot && !(computed && n->def().slot(s).def->has(FromOwnValues))) stack.push_back(AttrKey{k.node, s});

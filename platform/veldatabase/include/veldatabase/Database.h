@@ -210,6 +210,10 @@ private:
     void doDisconnect(const AttrKey& destination);
     // The input tables alone: no change record, no dirtiness.
     void linkInput(const AttrKey& source, const AttrKey& destination);
+    // A node with up to this many links on one side answers from its own lists.
+    static constexpr std::size_t LinksKeptByNode = 8;
+    const AttrKey* inputOf(const Node& n, const AttrKey& destination) const;
+    template <class Visit> void forEachOutput(const Node& n, const AttrKey& source, Visit&& visit) const;
     void unlinkInput(const AttrKey& destination);
     void doSelect(const std::vector<int>& ids);
     void doAddCustom(int id, int slot, std::unique_ptr<AttributeDef>& def, const Value& value);

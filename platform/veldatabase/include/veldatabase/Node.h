@@ -1,5 +1,6 @@
 #pragma once
 
+#include <veldatabase/AttrKey.h>
 #include <veldatabase/AttributeDef.h>
 #include <veldatabase/NodeDef.h>
 #include <veldatabase/Value.h>
@@ -100,6 +101,9 @@ private:
     int m_inputs = 0;  // of m_connections, those that drive an attribute of this node
     std::uint64_t m_inputSlots = 0;  // bit s: slot s (63: any slot from 63 on) may have an input
     std::uint64_t m_outputSlots = 0;  // the same for connections driven from the slot
+    // This node's connections, (its end, the other end), kept beside the database's tables: a node
+    // with a few is answered from here without a look-up in them.
+    std::vector<std::pair<AttrKey, AttrKey>> m_inputLinks, m_outputLinks;
     bool m_selected = false;
     mutable std::int32_t m_evaluationMemo = -1;
     mutable std::unique_ptr<CachedValue[]> m_cached;
