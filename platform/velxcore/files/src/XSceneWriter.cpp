@@ -1,3 +1,4 @@
+#include "XPackedColumns.h"
 #include "XSceneFileContents.h"
 #include "XSceneWriter.h"
 
@@ -87,11 +88,11 @@ void writeAttributes(std::string& out, const db::Node& n, const SavedType& type)
         } else if (a.def->isArray) {
             if (n.arraySize(a.slot) == 0) continue;
             nextAttribute(out, any, a.def->name);
-            if (const db::ValueList* list = n.array(a.slot)) {
-                Codec::writeArray(out, *a.def, list, AttributeDepth);
+            if (const db::PackedArray* packed = n.packed(a.slot)) {
+                if (XPackedColumns::isColumnar(*a.def, &packed->layout())) XPackedColumns::write(out, *a.def, *packed, AttributeDepth);
+                else XPackedColumns::writeColumn(out, *a.def, *packed, 0);
             } else {
-                const db::Value packed = n.stored(a.slot);
-                Codec::writeArray(out, *a.def, &packed.get<db::ValueList>(), AttributeDepth);
+                Codec::writeArray(out, *a.def, n.array(a.slot), AttributeDepth);
             }
         } else {
             db::Value v = n.stored(a.slot);
