@@ -13,6 +13,8 @@
 #include <cfloat>
 #include <cmath>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <limits>
 #include <string>
 #include <vector>
@@ -244,4 +246,29 @@ TEST(SceneFileColumns, ALongCurveTakesMemoryInProportionToItsKeys) {
     ASSERT_EQ(d->arraySize(keysOf(*d, walk)), Keys);
     EXPECT_EQ(d->storedValue(db::AttrKey{walk, keysOf(*d, walk).slot, Keys - 1, 0}).get<float>(), static_cast<float>(Keys - 1));
     EXPECT_EQ(d->storedValue(db::AttrKey{walk, keysOf(*d, walk).slot, Keys - 1, 1}).get<float>(), 99.5f);
+}
+
+// A scene of a few megabytes is saved in pieces as its text is made: the file holds the whole
+// text, in order, and loads back to the same scene.
+TEST(SceneFileColumns, ALargeSceneIsSavedInPiecesThatMakeTheWholeText) {
+    auto d = animatedScene();
+    for (int c = 0; c < 60; ++c) {
+        db::ValueList keys;
+        for (int k = 0; k < 2000; ++k) keys.push_back(key(static_cast<float>(k), std::sin(0.1f * static_cast<float>(k + c)), Linear));
+        d->setValue(keysOf(*d, d->create(sg::AnimationNode::Def, "curve")), std::move(keys));
+    }
+    const std::string text = XSceneFile::toJson(*d);
+    ASSERT_GT(text.size(), 3u << 20);
+    std::string folder = (std::filesystem::temp_directory_path() / "velx-columns-XXXXXX").string();
+    ASSERT_NE(::mkdtemp(folder.data()), nullptr);
+    const std::string file = folder + "/large.velx";
+    std::string error;
+    EXPECT_TRUE(XSceneFile::save(*d, file, error)) << error;
+    std::ifstream in(file, std::ios::binary);
+    const std::string saved((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    EXPECT_TRUE(saved == text) << saved.size() << " bytes saved of " << text.size();
+    auto loaded = emptyScene();
+    EXPECT_TRUE(XSceneFile::load(*loaded, file, error)) << error;
+    EXPECT_TRUE(XSceneFile::toJson(*loaded) == text);
+    std::filesystem::remove_all(folder);
 }
