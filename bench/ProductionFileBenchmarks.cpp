@@ -19,6 +19,7 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <string_view>
 
 namespace {
 
@@ -81,6 +82,9 @@ void BM_ProdSaveLoad(benchmark::State& state) {
     // Building the scene (before any reset) is the first peak.
     const double buildPeak = residentBytes("VmHWM:");
     double saveSeconds = 0, loadSeconds = 0, saveGrowth = 0, loadGrowth = 0, filePeak = 0;
+    // The load's phases, told by its progress reports: reading the file, parsing and checking it,
+    // building the scene.
+    double readSeconds = 0, parseSeconds = 0, buildSeconds = 0;
     bool peakKnown = true;
     for (auto _ : state) {
         std::string error;
@@ -98,8 +102,17 @@ void BM_ProdSaveLoad(benchmark::State& state) {
         sg::registerNodeTypes(*target);
         loadGrowth = std::max(loadGrowth, peakGrowth(peakKnown, filePeak, [&] {
             const auto start = std::chrono::steady_clock::now();
-            loaded = VelX::XSceneFile::load(*target, file, error);
-            loadSeconds += secondsSince(start);
+            double parsingFrom = 0, buildingFrom = 0;
+            loaded = VelX::XSceneFile::load(*target, file, error, [&](const char* phase, std::size_t, std::size_t) {
+                const std::string_view now(phase);
+                if (now == "Parsing" && parsingFrom == 0) parsingFrom = secondsSince(start);
+                if (now == "Building" && buildingFrom == 0) buildingFrom = secondsSince(start);
+            });
+            const double total = secondsSince(start);
+            loadSeconds += total;
+            readSeconds += parsingFrom;
+            parseSeconds += buildingFrom - parsingFrom;
+            buildSeconds += total - buildingFrom;
         }));
         if (!loaded) {
             state.SkipWithError(("cannot load the production scene: " + error).c_str());
@@ -120,6 +133,9 @@ void BM_ProdSaveLoad(benchmark::State& state) {
     const double n = static_cast<double>(state.iterations());
     state.counters["save_s"] = saveSeconds / n;
     state.counters["load_s"] = loadSeconds / n;
+    state.counters["load_read_s"] = readSeconds / n;
+    state.counters["load_parse_s"] = parseSeconds / n;
+    state.counters["load_build_s"] = buildSeconds / n;
     state.counters["file_mb"] = static_cast<double>(fs::file_size(file, ec)) / 1e6;
     if (peakKnown) {
         state.counters["save_peak_rss_growth_mb"] = saveGrowth / 1e6;
