@@ -172,7 +172,7 @@ TEST(SceneFileColumns, AWrongColumnIsNamedWithItsPlace) {
         {"a long column before the time", R"({"value": [1, 2, 3], "time": [0, 1]})",
          place + R"(.value: expected 2 elements, as many as "time" has, found 3)"},
         {"an empty column", R"({"time": [0], "outSlope": []})",
-         place + R"(.outSlope: expected 1 elements, as many as "time" has, found 0)"},
+         place + R"(.outSlope: expected 1 element, as many as "time" has, found 0)"},
         {"an unknown field", R"({"time": [0], "speed": [1]})", place + ".speed: no field 'speed' in 'keys'"},
         {"a number for a column", R"({"time": 3})", place + ".time: expected an array, found 3"},
         {"an object for a column", R"({"time": {"at": [1]}})", place + ".time: expected an array, found an object"},

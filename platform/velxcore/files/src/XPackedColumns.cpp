@@ -64,8 +64,10 @@ void writeField(std::string& out, const db::AttributeDef& def, const db::PackedA
     case ValueType::Bool: out += array.number<int>(element, field) ? "true" : "false"; return;
     case ValueType::Enum: {
         const std::int32_t i = array.number<std::int32_t>(element, field);
-        if (i >= 0 && static_cast<std::size_t>(i) < def.enumNames.size()) Codec::writeString(out, def.enumNames[static_cast<std::size_t>(i)]);
-        else Codec::writeInt(out, i);
+        if (i >= 0 && static_cast<std::size_t>(i) < def.enumNames.size())
+            Codec::writeString(out, def.enumNames[static_cast<std::size_t>(i)]);
+        else
+            Codec::writeInt(out, i);
         return;
     }
     default: Codec::writeInt(out, array.number<std::int32_t>(element, field)); return;
@@ -157,7 +159,8 @@ void XPackedColumns::finish() const {
     if (count == NotRead) Codec::fail("", "missing \"" + fieldName(0) + "\"");
     for (std::size_t f = 1; f < m_lengths.size(); ++f)
         if (m_lengths[f] != NotRead && m_lengths[f] != count)
-            Codec::fail("." + fieldName(static_cast<int>(f)), "expected " + std::to_string(count) + " elements, as many as \"" +
+            Codec::fail("." + fieldName(static_cast<int>(f)), "expected " + std::to_string(count) +
+                                                                  (count == 1 ? " element" : " elements") + ", as many as \"" +
                                                                   fieldName(0) + "\" has, found " + std::to_string(m_lengths[f]));
 }
 
