@@ -7,16 +7,19 @@
 #include <gtest/gtest.h>
 
 #include <sys/file.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <limits>
 #include <sstream>
+#include <stdexcept>
 #include <vector>
 
 using namespace VelX;
@@ -142,4 +145,50 @@ TEST_F(FileFormat, TheAtomicWriterRemovesTheTemporaryFilesOfKilledSaves) {
     ::close(held);  // its writer is gone now
     EXPECT_EQ(XAtomicFile::RemoveStaleTemporaries(folder.string()), 1);
     EXPECT_FALSE(fs::exists(folder / ("scene.velx.tmp-" + gone + "-2")));
+}
+
+// A large file goes out in pieces as it is made; the old file stays until the last piece is on
+// disk, whether the file system refuses a piece or the maker of the text gives up.
+TEST_F(FileFormat, TheAtomicWriterTakesTextInPiecesAndKeepsTheOldFileWhenOneFails) {
+    const fs::path file = folder / "pieces.velx";
+    std::string error;
+    const auto pieces = [](const XAtomicFile::Piece& write) {
+        for (const char* piece : {"one ", "two ", "three"})
+            if (!write(piece)) return;
+    };
+    ASSERT_TRUE(XAtomicFile::WriteInPieces(file.string(), pieces, error)) << error;
+    EXPECT_EQ(readText(file), "one two three");
+
+    EXPECT_THROW(XAtomicFile::WriteInPieces(file.string(), [](const XAtomicFile::Piece& write) {
+        write("half");
+        throw std::runtime_error("out of memory");
+    }, error), std::runtime_error);
+    EXPECT_EQ(readText(file), "one two three");
+    EXPECT_EQ(entries(folder), std::vector<std::string>{"pieces.velx"});
+
+    // A file system that refuses the third piece: no piece is offered after it.
+    constexpr rlim_t Limit = 64 * 1024;
+    const std::string piece(Limit / 2 + 1, 'x');
+    rlimit before{};
+    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &before), 0);
+    const rlimit limited{Limit, before.rlim_max};
+    auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &limited), 0);
+    int offered = 0, taken = 0;
+    const bool saved = XAtomicFile::WriteInPieces(file.string(), [&](const XAtomicFile::Piece& write) {
+        for (int k = 0; k < 10; ++k) {
+            ++offered;
+            if (!write(piece)) return;
+            ++taken;
+        }
+    }, error);
+    ::setrlimit(RLIMIT_FSIZE, &before);
+    std::signal(SIGXFSZ, oldHandler);
+    EXPECT_FALSE(saved);
+    EXPECT_EQ(error.rfind("cannot write '" + file.string() + ".tmp-", 0), 0u) << error;
+    EXPECT_NE(error.find("File too large"), std::string::npos) << error;
+    EXPECT_EQ(offered, 2);
+    EXPECT_EQ(taken, 1);
+    EXPECT_EQ(readText(file), "one two three");
+    EXPECT_EQ(entries(folder), std::vector<std::string>{"pieces.velx"});
 }

@@ -1,5 +1,7 @@
 // Scene files as a stranger would write them: every test builds its own hostile text and checks
 // that the loader refuses it with a short message naming the place, leaving the open scene as it was.
+#include "PeakResident.h"
+
 #include <velxcore/XJsonValueCodec.h>
 #include <velxcore/XSceneFile.h>
 
@@ -311,31 +313,6 @@ TEST_F(SceneFileHostile, PathsIntoADeepHierarchyTakeMemoryInProportionToTheFile)
     const db::Node* top = database.node(database.node(db::Database::RootId)->children()[0]);
     EXPECT_EQ(database.input(db::AttrKey{top->id(), top->def().findTopLevel("translateY")}).node, database.selection()[0]);
 }
-
-// The memory the process touches at its peak while a piece of work runs, above what it held
-// before: the kernel's peak resident size, started anew.
-class PeakResident {
-public:
-    bool start() {
-        ::malloc_trim(0);
-        m_before = residentKb("VmRSS:");
-        std::ofstream clear("/proc/self/clear_refs");
-        clear << "5";
-        clear.flush();
-        return static_cast<bool>(clear);
-    }
-    std::size_t growthBytes() const { return (residentKb("VmHWM:") - m_before) * 1024; }
-
-private:
-    static std::size_t residentKb(const char* field) {
-        std::ifstream status("/proc/self/status");
-        std::string line;
-        while (std::getline(status, line))
-            if (line.rfind(field, 0) == 0) return std::stoul(line.substr(std::strlen(field)));
-        return 0;
-    }
-    std::size_t m_before = 0;
-};
 
 // Arrays are read element by element, each element's value kept once and handed to the database
 // whole: an animation of 40,000 keys is never also held as JSON, nor copied on its way in.

@@ -180,7 +180,7 @@ TEST_F(SceneFileTest, ALongLoadTellsItsProgressPhaseByPhase) {
 
 TEST_F(SceneFileTest, WritesReadableDeterministicJson) {
     const std::string text = XSceneFile::toJson(database);
-    EXPECT_EQ(text.rfind("{\n  \"format\": \"velx-scene\",\n  \"version\": 1,\n", 0), 0u);
+    EXPECT_EQ(text.rfind("{\n  \"format\": \"velx-scene\",\n  \"version\": 2,\n", 0), 0u);
     Json doc = Json::parse(text);
     const Json& hips = doc["objects"][static_cast<std::size_t>(indexOf(doc, "hips"))];
     const Json& a = hips["attributes"];
@@ -195,8 +195,10 @@ TEST_F(SceneFileTest, WritesReadableDeterministicJson) {
     const Json& spine = doc["objects"][static_cast<std::size_t>(indexOf(doc, "spine"))];
     EXPECT_EQ(spine["parent"], hips["id"]);
     const Json& anim = doc["objects"][static_cast<std::size_t>(indexOf(doc, "hipsAnim"))]["attributes"];
-    EXPECT_EQ(anim["keys"][1].dump(),
-              R"({"time":10.0,"value":2.5,"inTangent":"smooth","outTangent":"linear","inSlope":0.0,"outSlope":0.25})");
+    // One list per field of the keys; fields at their defaults in every key (inTangent, inSlope) are left out.
+    EXPECT_EQ(anim["keys"].dump(),
+              R"({"time":[0.0,10.0,20.0],"value":[1.0,2.5,1e-07],"outTangent":["linear","linear","linear"],)"
+              R"("outSlope":[0.25,0.25,0.25]})");
     EXPECT_EQ(doc["connections"].dump(),
               R"([{"from":"hipsAnim.output","to":"hips.translateY"},)"
               R"({"from":"hips.colour.r","to":"hips/spine.colour.b"},)"
@@ -263,7 +265,8 @@ TEST_F(SceneFileTest, RefusesBrokenFilesAndKeepsTheOpenScene) {
         {"unknown attribute", edit([&](Json& d) { object(d, "hips")["attributes"]["wobble"] = 1; }),
          {hips + ".attributes.wobble", "no attribute 'wobble' on type Transform"}},
         {"unknown version", edit([](Json& d) { d["version"] = 7; }),
-         {"version: unsupported version 7 (this build reads version 1)"}},
+         {"version: unsupported version 7 (this build reads versions 1 to 2)"}},
+        {"version before the first", edit([](Json& d) { d["version"] = 0; }), {"version: unsupported version 0"}},
         {"unknown type", edit([&](Json& d) { object(d, "spineLimit")["type"] = "Teapot"; }),
          {limit + ".type", "unknown object type \"Teapot\""}},
         {"dangling parent", edit([&](Json& d) { object(d, "spineLimit")["parent"] = 999; }),
@@ -388,7 +391,7 @@ TEST(SceneFileLayout, WritesOnlyValuesThatDifferFromTheDefaultsInTypeOrder) {
     d.setSelection({anim});
     const std::string expected = R"({
   "format": "velx-scene",
-  "version": 1,
+  "version": 2,
   "objects": [
     {
       "id": 1,
@@ -409,9 +412,12 @@ TEST(SceneFileLayout, WritesOnlyValuesThatDifferFromTheDefaultsInTypeOrder) {
       "name": "anim",
       "parent": 1,
       "attributes": {
-        "keys": [
-          {"time": 0.0, "value": 1.0, "inTangent": "smooth", "outTangent": "linear", "inSlope": 0.0, "outSlope": 0.25}
-        ]
+        "keys": {
+          "time": [0.0],
+          "value": [1.0],
+          "outTangent": ["linear"],
+          "outSlope": [0.25]
+        }
       }
     }
   ],
@@ -431,7 +437,7 @@ TEST(SceneFileLayout, WritesOnlyValuesThatDifferFromTheDefaultsInTypeOrder) {
     EXPECT_EQ(Json::parse(XSceneFile::toJson(d))["objects"][0].count("attributes"), 0u);
     db::Database empty;
     EXPECT_EQ(XSceneFile::toJson(empty),
-              "{\n  \"format\": \"velx-scene\",\n  \"version\": 1,\n  \"objects\": [],\n  \"connections\": [],\n"
+              "{\n  \"format\": \"velx-scene\",\n  \"version\": 2,\n  \"objects\": [],\n  \"connections\": [],\n"
               "  \"selection\": []\n}\n");
 }
 

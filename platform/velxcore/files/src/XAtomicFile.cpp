@@ -21,7 +21,7 @@ std::string osError(const char* step, const std::string& path, int code) {
     return std::string(step) + " '" + path + "': " + std::strerror(code);
 }
 
-bool writeAll(int fd, const std::string& text) {
+bool writeAll(int fd, std::string_view text) {
     std::size_t done = 0;
     while (done < text.size()) {
         ssize_t n = ::write(fd, text.data() + done, text.size() - done);
@@ -112,6 +112,10 @@ int createTemporary(const std::string& path, std::string& temp) {
 int XAtomicFile::RemoveStaleTemporaries(const std::string& folder) { return removeStale(folder, {}); }
 
 bool XAtomicFile::Write(const std::string& path, const std::string& text, std::string& error, Folders folders) {
+    return WriteInPieces(path, [&](const Piece& write) { write(text); }, error, folders);
+}
+
+bool XAtomicFile::WriteInPieces(const std::string& path, const Producer& produce, std::string& error, Folders folders) {
     // Only a regular file is replaced: renaming over a device, a pipe or a folder would put a file
     // where the system keeps something else (as root, saving to /dev/null would replace the device).
     struct stat existing {};
@@ -140,9 +144,24 @@ bool XAtomicFile::Write(const std::string& path, const std::string& text, std::s
     if (::stat(path.c_str(), &old) == 0 && S_ISREG(old.st_mode)) (void)::fchmod(fd, old.st_mode & 07777);
     const char* step = nullptr;
     std::string stepPath = temp;
-    if (!writeAll(fd, text)) step = "cannot write";
-    else if (::fsync(fd) != 0) step = "cannot flush";
-    int code = errno;
+    int code = 0;
+    try {
+        produce([&](std::string_view piece) {
+            if (!step && !writeAll(fd, piece)) {
+                step = "cannot write";
+                code = errno;
+            }
+            return !step;
+        });
+    } catch (...) {
+        ::close(fd);
+        ::unlink(temp.c_str());
+        throw;
+    }
+    if (!step && ::fsync(fd) != 0) {
+        step = "cannot flush";
+        code = errno;
+    }
     // A network or full file system may report a lost write only at close.
     if (::close(fd) != 0 && !step) {
         step = "cannot close";

@@ -33,10 +33,12 @@ std::string describe(const std::string& file, const XJsonValueCodec::Error& e) {
 
 }  // namespace
 
-std::string XSceneFile::toJson(const db::Database& database) { return XSceneWriter::write(database); }
+std::string XSceneFile::toJson(const db::Database& database) { return XSceneWriter::text(database); }
 
+// The text goes to the file as it is made, piece by piece.
 bool XSceneFile::save(const db::Database& database, const std::string& fileName, std::string& error) {
-    if (!XAtomicFile::Write(fileName, XSceneWriter::write(database), error)) {
+    const auto produce = [&](const XAtomicFile::Piece& write) { XSceneWriter::write(database, write); };
+    if (!XAtomicFile::WriteInPieces(fileName, produce, error)) {
         error = "cannot save '" + fileName + "': " + error;
         return false;
     }

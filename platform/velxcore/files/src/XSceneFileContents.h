@@ -47,8 +47,9 @@ struct FileObject {
     std::vector<SlotValue> referenceArrays;  // element counts
 };
 
-// An array attribute read element by element while the text is parsed, so that its JSON is never
-// held whole: the values, or the first problem with its place inside the array ("[12].time").
+// An array attribute read element by element (or column by column) while the text is parsed, so
+// that its JSON is never held whole: the values, or the first problem with its place inside the
+// array ("[12].time", or ".time[12]" in columns).
 // The object's JSON holds a binary value (which JSON text cannot) with its index in the list.
 struct StreamedArray {
     db::ValueList values;

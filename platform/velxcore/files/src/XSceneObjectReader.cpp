@@ -1,5 +1,7 @@
 #include "XSceneObjectReader.h"
 
+#include "XPackedColumns.h"
+
 #include <velxcore/XSceneFile.h>
 
 #include <veldatabase/Database.h>
@@ -15,9 +17,10 @@ using db::ValueType;
 
 namespace {
 
-// Reads an attribute value (an array whole) into the object's list of values to set.
+// Reads an attribute value (an array whole) into the object's list of values to set; an array
+// kept packed (`packed`) may come in columns.
 void readFileValue(FileObject& o, int slot, const AttributeDef& a, const Json& j, const std::string& place,
-                   StreamedArrays* streamed = nullptr) {
+                   StreamedArrays* streamed = nullptr, const db::PackedLayout* packed = nullptr) {
     if (!a.isArray) {
         o.values.push_back({slot, Codec::readValue(a, j, place)});
         return;
@@ -31,6 +34,16 @@ void readFileValue(FileObject& o, int slot, const AttributeDef& a, const Json& j
             return;
         }
         list = std::move(array.values);
+    } else if (j.is_object() && XPackedColumns::isColumnar(a, packed)) {
+        auto elements = std::make_unique<db::PackedArray>(*packed);
+        try {
+            XPackedColumns::readAll(a, j, *elements);
+        } catch (Codec::Error& error) {
+            error.place = place + error.place;
+            throw;
+        }
+        o.packedArrays.emplace_back(slot, std::move(elements));
+        return;
     } else {
         if (!j.is_array()) Codec::expected(place, "an array", j);
         list.reserve(j.size());
@@ -52,9 +65,9 @@ void readFileValue(FileObject& o, int slot, const AttributeDef& a, const Json& j
 // value is refused: most values are fine, and a place is a string to build.
 template <class PlaceOfValue>
 void readFileValueAt(FileObject& o, int slot, const AttributeDef& a, const Json& j, const std::string& place,
-                     PlaceOfValue&& placeOfValue, StreamedArrays& streamed) {
+                     PlaceOfValue&& placeOfValue, StreamedArrays& streamed, const db::PackedLayout* packed = nullptr) {
     try {
-        readFileValue(o, slot, a, j, place, &streamed);
+        readFileValue(o, slot, a, j, place, &streamed, packed);
     } catch (Codec::Error& error) {
         error.place = placeOfValue() + error.place.substr(place.size());
         throw;
@@ -75,7 +88,7 @@ void readAttributes(FileObject& o, const Json& j, const std::string& place, Stre
         if (a.has(db::Internal)) Codec::fail(here(), "'" + name + "' is internal and is not saved");
         if (!isSavedAttribute(a)) Codec::fail(here(), "'" + name + "' is an object reference: it is saved as a connection");
         if (a.type != ValueType::Compound || a.isArray) {
-            readFileValueAt(o, slot, a, it.value(), place, here, streamed);
+            readFileValueAt(o, slot, a, it.value(), place, here, streamed, info.packed);
             continue;
         }
         if (!it.value().is_object()) Codec::expected(here(), "an object with the fields of '" + name + "'", it.value());

@@ -73,7 +73,9 @@ std::string XSceneReader::placeOf(std::size_t frames) const {
         case Level::Connections:
         case Level::Selection: place = DocumentKeys[Objects + static_cast<int>(f.level) - static_cast<int>(Level::Objects)]; break;
         case Level::Element:
-        case Level::Streamed: place = f.key ? Codec::keyPlace(place, *f.key) : Codec::at(place, f.index); break;
+        case Level::Streamed:
+        case Level::Columns:
+        case Level::Column: place = f.key ? Codec::keyPlace(place, *f.key) : Codec::at(place, f.index); break;
         case Level::Skipped: return k > 0 && m_frames[k - 1].level == Level::Document ? DocumentKeys[m_documentKey] : place;
         }
     }
@@ -88,7 +90,9 @@ std::string XSceneReader::placeOfNextValue() const {
     case Level::Objects:
     case Level::Connections:
     case Level::Selection:
-    case Level::Streamed: return Codec::at(placeOf(m_frames.size()), top.elements);
+    case Level::Streamed:
+    case Level::Column: return Codec::at(placeOf(m_frames.size()), top.elements);
+    case Level::Columns: return Codec::keyPlace(placeOf(m_frames.size()), m_key);
     case Level::Element:
         return top.container->is_object() ? Codec::keyPlace(placeOf(m_frames.size()), m_key)
                                           : Codec::at(placeOf(m_frames.size()), top.container->size());
@@ -117,6 +121,11 @@ bool XSceneReader::key(Json::string_t& name) {
         if (m_seenKeys & (1u << m_documentKey)) return refuse(start(), "duplicate key \"" + name + "\" in the scene");
         m_seenKeys |= 1u << m_documentKey;
         return true;
+    }
+    if (top.level == Level::Columns) {
+        if (top.elements >= XSceneFile::MaxObjectKeys)
+            return refuse(start(), placeOf(m_frames.size()) + ": " + moreThan(XSceneFile::MaxObjectKeys, "keys in one object"));
+        return columnKey(top, std::move(name));
     }
     if (top.level == Level::Element) {
         const Json::object_t& members = top.container->get_ref<const Json::object_t&>();
@@ -163,6 +172,11 @@ bool XSceneReader::value(Json&& v) {
         if (!countElement(top, XSceneFile::MaxArrayElements)) return false;
         readStreamedElement(top, v);
         return true;
+    case Level::Columns: notAColumn(v); return true;
+    case Level::Column:
+        if (!countElement(top, XSceneFile::MaxArrayElements)) return false;
+        readColumnElement(top, v);
+        return true;
     case Level::Skipped: return true;
     }
     return true;
@@ -208,11 +222,15 @@ bool XSceneReader::open(Json::value_t type) {
     }
     case Level::Element: {
         const db::PackedLayout* packed = nullptr;
-        const db::AttributeDef* streamed = type == Json::value_t::array ? streamableAttribute(packed) : nullptr;
+        const db::AttributeDef* streamed = streamableAttribute(type, packed);
         const std::size_t index = streamed ? m_streamed.size() : top.container->is_array() ? top.container->size() : 0;
         const std::string* key = nullptr;
         Json* child = addToElement(top, streamed ? Json::binary({}, index) : Json(type), key);
         if (!child) return false;
+        if (streamed && type == Json::value_t::object) {
+            openColumns(*streamed, *packed, index, key);
+            return true;
+        }
         if (streamed) {
             m_streamed.emplace_back();
             const std::size_t room = std::min(m_cursor.elementsAhead(), XSceneFile::MaxArrayElements);
@@ -233,6 +251,13 @@ bool XSceneReader::open(Json::value_t type) {
         m_frames.push_back({Level::Element, &m_streamedElement, nullptr, index});
         return true;
     }
+    case Level::Columns: return openInColumns(type);
+    case Level::Column: {
+        if (!countElement(top, XSceneFile::MaxArrayElements)) return false;
+        m_streamedElement = Json(type);
+        m_frames.push_back({Level::Element, &m_streamedElement, nullptr, top.elements - 1});
+        return true;
+    }
     case Level::Skipped: m_frames.push_back({Level::Skipped}); return true;
     }
     return true;
@@ -241,82 +266,20 @@ bool XSceneReader::open(Json::value_t type) {
 bool XSceneReader::close() {
     const Frame done = m_frames.back();
     m_frames.pop_back();
+    if (done.level == Level::Columns) closeColumns(done);
     if (done.level != Level::Element || m_frames.empty()) return true;
-    // An element of a streamed array or of a list is complete: read it and let it go.
+    // An element of a streamed array, a column or a list is complete: read it and let it go.
     if (m_frames.back().level == Level::Streamed) {
         readStreamedElement(m_frames.back(), m_streamedElement);
+        m_streamedElement = Json();
+    } else if (m_frames.back().level == Level::Column) {
+        readColumnElement(m_frames.back(), m_streamedElement);
         m_streamedElement = Json();
     } else if (m_frames.back().level != Level::Element) {
         readElement(m_frames.back().level, m_element, done.index);
         m_element = Json();
     }
     return true;
-}
-
-const db::AttributeDef* XSceneReader::streamableAttribute(const db::PackedLayout*& packed) {
-    // frames: the document, "objects", the object, "attributes".
-    const std::size_t n = m_frames.size();
-    if (n == 5 && m_key == "value") return streamableCustomValue();
-    if (n != 4 || m_frames[1].level != Level::Objects || m_frames[2].level != Level::Element) return nullptr;
-    const Frame& attributes = m_frames[3];
-    if (attributes.level != Level::Element || !attributes.key || *attributes.key != "attributes" ||
-        !attributes.container->is_object())
-        return nullptr;
-    const auto type = m_element.find("type");
-    if (type == m_element.end() || !type->is_string()) return nullptr;
-    const db::NodeDef* def = m_types.findType(type->get_ref<const std::string&>());
-    const int slot = def ? def->findTopLevel(m_key) : -1;
-    if (slot < 0) return nullptr;
-    const db::AttributeDef* a = def->slot(slot).def;
-    if (!a->isArray || a->has(db::Computed) || a->has(db::Internal)) return nullptr;
-    packed = def->slot(slot).packed;
-    return a;
-}
-
-// frames: the document, "objects", the object, "custom", the custom attribute.
-const db::AttributeDef* XSceneReader::streamableCustomValue() {
-    const Frame& custom = m_frames[3];
-    if (m_frames[1].level != Level::Objects || custom.level != Level::Element || !custom.key || *custom.key != "custom" ||
-        m_frames[4].level != Level::Element || !m_frames[4].container->is_object())
-        return nullptr;
-    const Json& entry = *m_frames[4].container;
-    db::AttributeDef a;
-    std::int64_t code = 0;
-    const auto type = entry.find("type"), isArray = entry.find("isArray"), names = entry.find("enumNames");
-    if (type == entry.end() || !Codec::readInteger(*type, code) || code < 1 || code >= db::ValueTypeCount) return nullptr;
-    if (isArray == entry.end() || *isArray != true) return nullptr;
-    a.type = static_cast<db::ValueType>(code);
-    a.isArray = true;
-    if (a.type == db::ValueType::Compound || a.type == db::ValueType::ObjectRef) return nullptr;
-    // Choices are read by name: the names must come first.
-    if (a.type == db::ValueType::Enum && names != entry.end()) {
-        if (!names->is_array()) return nullptr;
-        for (const Json& name : *names) {
-            if (!name.is_string()) return nullptr;
-            a.enumNames.push_back(name.get<std::string>());
-        }
-    } else if (a.type == db::ValueType::Enum) {
-        return nullptr;
-    }
-    m_customDefs.push_back(std::move(a));
-    return &m_customDefs.back();
-}
-
-// Reads one element as the object reader would and keeps its value; the first problem is kept
-// with its place inside the array, for the object reader to report in its turn.
-void XSceneReader::readStreamedElement(const Frame& array, const Json& j) {
-    StreamedArray& target = m_streamed[array.index];
-    if (m_objectError || target.problem) return;
-    static const std::string StandIn = "-";  // stands for the array's place in messages
-    try {
-        db::Value element = Codec::readValue(*array.def, j, StandIn);
-        if (target.packed) target.packed->insert(target.packed->size(), element);
-        else target.values.push_back(std::move(element));
-    } catch (Codec::Error& e) {
-        target.problem = Codec::Error{Codec::at("", array.elements - 1) + e.place.substr(StandIn.size()), e.problem};
-        db::ValueList().swap(target.values);
-        target.packed.reset();
-    }
 }
 
 bool XSceneReader::startListElement(Frame& list) {
@@ -408,8 +371,9 @@ FileScene XSceneReader::scene() {
     std::int64_t v = 0;
     if (!m_version) Codec::fail("", "missing \"version\"");
     if (!Codec::readInteger(*m_version, v)) Codec::expected("version", "an integer", *m_version);
-    if (v != XSceneFile::FormatVersion)
-        Codec::fail("version", "unsupported version " + std::to_string(v) + " (this build reads version " +
+    if (v < XSceneFile::OldestFormatVersion || v > XSceneFile::FormatVersion)
+        Codec::fail("version", "unsupported version " + std::to_string(v) + " (this build reads versions " +
+                                   std::to_string(XSceneFile::OldestFormatVersion) + " to " +
                                    std::to_string(XSceneFile::FormatVersion) + ")");
 
     const DocumentValue& objects = m_lists[Objects - Objects];

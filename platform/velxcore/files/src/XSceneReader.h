@@ -1,5 +1,6 @@
 #pragma once
 
+#include "XPackedColumns.h"
 #include "XSceneFileContents.h"
 #include "XTextCursor.h"
 
@@ -10,6 +11,7 @@
 #include <cstdint>
 #include <deque>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -56,18 +58,20 @@ public:
 
 private:
     // What an open JSON container is to the reader. An object's array attribute is Streamed: its
-    // elements are read one by one into values, never held as JSON together.
-    enum class Level : std::uint8_t { Document, Objects, Connections, Selection, Element, Streamed, Skipped };
+    // elements are read one by one into values, never held as JSON together. An array of compound
+    // elements in columns is Columns, each of its lists a Column read straight into the array.
+    enum class Level : std::uint8_t { Document, Objects, Connections, Selection, Element, Streamed, Columns, Column, Skipped };
     // The keys of the document, in the order scene() checks them.
     enum DocumentKey { Format, Version, Objects, Connections, Selection, DocumentKeyCount };
 
     struct Frame {
         Level level;
         Json* container = nullptr;         // Element: the JSON object or array being built
-        const std::string* key = nullptr;  // Element: its key in the enclosing JSON object
-        std::size_t index = 0;             // Element: its index in the enclosing list; Streamed: in m_streamed
-        std::size_t elements = 0;          // lists and JSON arrays: elements so far
-        const db::AttributeDef* def = nullptr;  // Streamed: the attribute
+        const std::string* key = nullptr;  // its key in the enclosing JSON object; Column: the field's name
+        std::size_t index = 0;             // Element: its index in the enclosing list; Streamed, Columns: in
+                                           // m_streamed; Column: the field
+        std::size_t elements = 0;          // lists and JSON arrays: elements so far; Columns: keys so far
+        const db::AttributeDef* def = nullptr;  // Streamed, Columns: the attribute
     };
 
     // A document value that is not what it should be, kept for the message (an empty container
@@ -89,13 +93,22 @@ private:
     void readObject(const Json& j, std::size_t index);
     void readConnection(Json& j, std::size_t index);
     void readSelected(Json& j, std::size_t index);
-    // The attribute an array opening now belongs to when it can be streamed: directly under an
-    // object's "attributes" once the object's type is read, or the value of a custom attribute
-    // once its type (and the names of its choices) are.
-    // The array attribute about to be read element by element, and its packed layout if it has one.
-    const db::AttributeDef* streamableAttribute(const db::PackedLayout*& packed);
+    // The array attribute a list (or an object of columns) opening now belongs to when it can be
+    // read as it comes, and its packed layout if it has one: directly under an object's
+    // "attributes" once the object's type is read, or the value of a custom attribute once its
+    // type (and the names of its choices) are.
+    const db::AttributeDef* streamableAttribute(Json::value_t container, const db::PackedLayout*& packed);
     const db::AttributeDef* streamableCustomValue();
     void readStreamedElement(const Frame& array, const Json& j);
+    // Columns: a key names the next column, a value that is not a list is refused; a column's
+    // element is read into the array.
+    void openColumns(const db::AttributeDef& def, const db::PackedLayout& layout, std::size_t index, const std::string* key);
+    bool columnKey(Frame& columns, std::string&& name);
+    void notAColumn(const Json& j);
+    bool openInColumns(Json::value_t type);
+    void readColumnElement(const Frame& column, const Json& j);
+    void closeColumns(const Frame& columns);
+    template <class Step> void keepColumnProblem(Step&& step);
 
     bool refuse(std::size_t byte, const std::string& problem);
     std::string placeOf(std::size_t frames) const;  // the place of frames [0, frames)
@@ -112,6 +125,9 @@ private:
     Json m_streamedElement;       // the element of a streamed array being built
     StreamedArrays m_streamed;    // the streamed arrays of the object being read
     std::deque<db::AttributeDef> m_customDefs;  // custom attributes of the object, as far as read
+    std::optional<XPackedColumns> m_columns;    // the open columns
+    std::set<std::string> m_columnKeys;         // their keys so far
+    int m_nextColumn = -1;                      // the field the last key named, -1 for none
     DocumentKey m_documentKey = Format;
     bool m_rootIsObject = false;
     Json m_root;  // a root that is not an object, for the message

@@ -1,3 +1,4 @@
+#include "XPackedColumns.h"
 #include "XSceneFileContents.h"
 #include "XSceneWriter.h"
 
@@ -87,11 +88,11 @@ void writeAttributes(std::string& out, const db::Node& n, const SavedType& type)
         } else if (a.def->isArray) {
             if (n.arraySize(a.slot) == 0) continue;
             nextAttribute(out, any, a.def->name);
-            if (const db::ValueList* list = n.array(a.slot)) {
-                Codec::writeArray(out, *a.def, list, AttributeDepth);
+            if (const db::PackedArray* packed = n.packed(a.slot)) {
+                if (XPackedColumns::isColumnar(*a.def, &packed->layout())) XPackedColumns::write(out, *a.def, *packed, AttributeDepth);
+                else XPackedColumns::writeColumn(out, *a.def, *packed, 0);
             } else {
-                const db::Value packed = n.stored(a.slot);
-                Codec::writeArray(out, *a.def, &packed.get<db::ValueList>(), AttributeDepth);
+                Codec::writeArray(out, *a.def, n.array(a.slot), AttributeDepth);
             }
         } else {
             db::Value v = n.stored(a.slot);
@@ -167,17 +168,40 @@ void writeObject(std::string& out, const db::Database& database, const db::Node&
     out += '}';
 }
 
+// The text being made, handed on whenever a piece is full. Its room is made once and reused.
+class Pieces {
+public:
+    explicit Pieces(const XSceneWriter::Piece& write) : m_write(write) {
+        m_text.reserve(XSceneWriter::PieceBytes + XSceneWriter::PieceBytes / 4);
+    }
+    std::string& text() { return m_text; }
+    // False once the receiver has refused a piece.
+    bool handOnWhenFull() { return m_text.size() < XSceneWriter::PieceBytes || handOn(); }
+    bool handOn() {
+        const bool taken = m_write(m_text);
+        m_text.clear();
+        return taken;
+    }
+
+private:
+    const XSceneWriter::Piece& m_write;
+    std::string m_text;
+};
+
 // A list of one-line entries, one to a line.
 template <class List, class WriteEntry>
-void writeList(std::string& out, const char* key, const List& list, WriteEntry&& entry) {
+bool writeList(Pieces& pieces, const char* key, const List& list, WriteEntry&& entry) {
+    std::string& out = pieces.text();
     out += ",\n  \"";
     out += key;
     out += "\": [";
     for (std::size_t i = 0; i < list.size(); ++i) {
         out += i ? ",\n    " : "\n    ";
         entry(list[i]);
+        if (!pieces.handOnWhenFull()) return false;
     }
     out += list.empty() ? "]" : "\n  ]";
+    return true;
 }
 
 // "translateX", "colour.r", "keys[2].value", "message".
@@ -198,7 +222,7 @@ std::string attributePath(const db::Node& n, const db::AttrKey& key) {
 
 }  // namespace
 
-std::string XSceneWriter::write(const db::Database& database) {
+bool XSceneWriter::write(const db::Database& database, const Piece& write) {
     // Depth-first, children in order; file ids number the objects in that order.
     std::vector<int> order;
     std::vector<int> stack;
@@ -214,8 +238,8 @@ std::string XSceneWriter::write(const db::Database& database) {
     std::vector<int> fileIds(static_cast<std::size_t>(database.idLimit()), 0);
     for (std::size_t i = 0; i < order.size(); ++i) fileIds[static_cast<std::size_t>(order[i])] = static_cast<int>(i) + 1;
 
-    std::string out;
-    out.reserve(256 + order.size() * 160);
+    Pieces pieces(write);
+    std::string& out = pieces.text();
     out += "{\n  \"format\": ";
     Codec::writeString(out, SceneFormatName);
     out += ",\n  \"version\": ";
@@ -230,6 +254,7 @@ std::string XSceneWriter::write(const db::Database& database) {
         if (i) out += ',';
         const int parent = n.parent() == db::Database::RootId ? 0 : fileIds[static_cast<std::size_t>(n.parent())];
         writeObject(out, database, n, static_cast<int>(i) + 1, parent, type->second);
+        if (!pieces.handOnWhenFull()) return false;
     }
     out += order.empty() ? "]" : "\n  ]";
 
@@ -243,19 +268,29 @@ std::string XSceneWriter::write(const db::Database& database) {
                            database.path(src.node) + "." + attributePath(*s, src));
     });
     std::sort(links.begin(), links.end());
-    writeList(out, "connections", links, [&](const std::pair<std::string, std::string>& link) {
+    const bool linksWritten = writeList(pieces, "connections", links, [&](const std::pair<std::string, std::string>& link) {
         out += "{\"from\": ";
         Codec::writeString(out, link.second);
         out += ", \"to\": ";
         Codec::writeString(out, link.first);
         out += '}';
     });
+    if (!linksWritten) return false;
 
     std::vector<std::string> selection;
     for (int id : database.selection()) selection.push_back(database.path(id));
-    writeList(out, "selection", selection, [&](const std::string& path) { Codec::writeString(out, path); });
+    if (!writeList(pieces, "selection", selection, [&](const std::string& path) { Codec::writeString(out, path); })) return false;
     out += "\n}\n";
-    return out;
+    return pieces.handOn();
+}
+
+std::string XSceneWriter::text(const db::Database& database) {
+    std::string text;
+    write(database, [&](std::string_view piece) {
+        text += piece;
+        return true;
+    });
+    return text;
 }
 
 }  // namespace VelX

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <functional>
 #include <string>
+#include <string_view>
 
 namespace VelX {
 
@@ -20,6 +22,15 @@ public:
     enum class Folders { MustExist, Make };
     static bool Write(const std::string& path, const std::string& text, std::string& error,
                       Folders folders = Folders::MustExist);
+
+    // The same with the text handed over in pieces as it is made, so that a large file is never
+    // held whole: `produce` passes each piece to `write` in order, and stops when `write` returns
+    // false (the file could not take it; WriteInPieces then says why). Should `produce` throw,
+    // the temporary file is removed and the target untouched.
+    using Piece = std::function<bool(std::string_view piece)>;
+    using Producer = std::function<void(const Piece& write)>;
+    static bool WriteInPieces(const std::string& path, const Producer& produce, std::string& error,
+                              Folders folders = Folders::MustExist);
 
     // A temporary file is named "<target>.tmp-<pid>-<n>" and its writer holds an exclusive lock
     // (flock) on it until it is renamed. The kernel drops the lock when the writer dies, however

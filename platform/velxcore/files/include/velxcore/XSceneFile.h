@@ -16,7 +16,10 @@ namespace VelX {
 // or the new file, never a broken one.
 class XSceneFile {
 public:
-    static constexpr int FormatVersion = 1;
+    // Version 2 writes arrays of compound numbers (animation keys) in columns, one list per field;
+    // version 1 wrote one object per element. Both are read, in either layout.
+    static constexpr int FormatVersion = 2;
+    static constexpr int OldestFormatVersion = 1;
 
     // What a file may ask for. Each is far beyond a production scene and keeps a stranger's file
     // from taking the machine's memory, time or stack; a file beyond one is refused with a message
