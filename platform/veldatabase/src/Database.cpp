@@ -188,7 +188,10 @@ void Database::attachRoots(int parent, const std::vector<std::pair<int, int>>& r
         int id = n->m_id;
         m_nodes[static_cast<std::size_t>(id)] = std::move(up);
         ++m_liveCount;
-        if (n->def().hasTimeDependentSlots()) m_timeNodes.insert(id);
+        if (n->def().hasTimeDependentSlots()) {
+            m_timeNodes.insert(id);
+            m_timeOutputsStale = true;
+        }
         const bool isRoot = owned.size() == 1 || rootIds.count(id) != 0;
         if (n->m_parent >= 0 && !isRoot) m_names->add(n->m_parent, n->m_name, id);
         if (m_open && m_recording) m_open->change->recordCreated(id, n->def());
@@ -213,7 +216,7 @@ void Database::detachRoots(int parent, const std::vector<std::pair<int, int>>& r
         if (m_open && m_recording) m_open->change->recordDeleted(id, n->def());
         if (n->m_parent >= 0) m_names->remove(n->m_parent, n->m_name, id);
         m_cachedCount -= n->dropCache();
-        m_timeNodes.erase(id);
+        if (m_timeNodes.erase(id)) m_timeOutputsStale = true;
         owned.push_back(std::move(m_nodes[static_cast<std::size_t>(id)]));
         --m_liveCount;
     }
@@ -314,6 +317,7 @@ void Database::reset() {
     if (Node* root = node(RootId)) root->dropCache();
     m_cachedCount = 0;
     m_timeNodes.clear();
+    m_timeOutputsStale = true;
     m_names->clear();
     m_extraAttributeIds.clear();
     m_extraAttributeKeys.clear();

@@ -48,6 +48,7 @@ bool Database::takeContents(Database& other) {
     std::swap(m_outputs, other.m_outputs);
     std::swap(m_selection, other.m_selection);
     std::swap(m_timeNodes, other.m_timeNodes);
+    m_timeOutputsStale = other.m_timeOutputsStale = true;
     std::swap(m_timeKey, other.m_timeKey);
     std::swap(m_cachedCount, other.m_cachedCount);
     std::swap(m_extraAttributeIds, other.m_extraAttributeIds);

@@ -13,7 +13,7 @@ const AttributeDef* Database::attributeDef(const AttrKey& key) const {
     const Node* n = node(key.node);
     if (!n) return nullptr;
     const AttributeDef* def = n->slotDef(key.slot);
-    if (!def || isRemovedCustomSlot(key.node, key.slot)) return nullptr;
+    if (!def || (n->isCustomSlot(key.slot) && isRemovedCustomSlot(key.node, key.slot))) return nullptr;
     if (key.element < 0) return key.child < 0 ? def : nullptr;
     if (!def->isArray || key.element >= n->arraySize(key.slot)) return nullptr;
     if (key.child < 0) return def;
@@ -330,11 +330,16 @@ void Database::storedChanged(const AttrKey& key) {
     if (m_recording) m_open->change->recordDirect(key);
     markDirty(key);
     if (key == m_timeKey) {
-        for (int id : m_timeNodes) {
-            const Node* t = node(id);
-            for (int s : t->def().computedSlots())
-                if (t->def().slot(s).def->has(TimeDependent)) markDirty(AttrKey{id, s});
+        if (m_timeOutputsStale) {
+            m_timeOutputs.clear();
+            for (int id : m_timeNodes) {
+                const Node* t = node(id);
+                for (int s : t->def().computedSlots())
+                    if (t->def().slot(s).def->has(TimeDependent)) m_timeOutputs.push_back(AttrKey{id, s});
+            }
+            m_timeOutputsStale = false;
         }
+        for (const AttrKey& output : m_timeOutputs) markDirty(output);
     }
 }
 
@@ -708,10 +713,10 @@ void Database::markDirty(const AttrKey* seeds, std::size_t count) {
             }
             const bool computed = def->has(Computed);
             if (computed) {
-                Node::CachedValue& cache = n->cached(n->def().computedOrdinal(k.slot));
-                if (cache.valid) {
-                    cache.valid = false;
-                    cache.value = Value();
+                Node::CachedValue* cache = n->cachedIfAny(n->def().computedOrdinal(k.slot));
+                if (cache && cache->valid) {
+                    cache->valid = false;
+                    cache->value = Value();
                     --m_cachedCount;
                 } else if (!isSeed) {
                     continue;  // never read since it last changed: nothing below it is cached either

@@ -263,6 +263,9 @@ private:
     std::unordered_map<AttrKey, std::vector<AttrKey>, AttrKeyHash> m_outputs;
     std::vector<int> m_selection;
     std::unordered_set<int> m_timeNodes;
+    // The time-dependent outputs of m_timeNodes, gathered again after it changed.
+    mutable std::vector<AttrKey> m_timeOutputs;
+    mutable bool m_timeOutputsStale = true;
     AttrKey m_timeKey;
 
     mutable std::size_t m_cachedCount = 0;  // computed values held in the nodes' caches

@@ -87,6 +87,7 @@ private:
         bool valid = false;
     };
     CachedValue& cached(int ordinal) const;
+    CachedValue* cachedIfAny(int ordinal) const { return m_cached ? &m_cached[static_cast<std::size_t>(ordinal)] : nullptr; }
     // Forgets every cached value; returns how many were valid.
     std::size_t dropCache() const;
 
