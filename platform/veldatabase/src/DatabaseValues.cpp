@@ -185,9 +185,9 @@ bool Database::setValue(const AttrKey& key, const Value& v) {
         return ok;
     }
     if (m_inputs.count(key)) return false;
+    if (isArrayKey(key) && node(key.node)->isPackedSlot(key.slot)) return setPackedArray(key, *def, v);
     Value converted;
     if (!coerce(*def, isArrayKey(key), v, converted)) return false;
-    if (isArrayKey(key) && node(key.node)->isPackedSlot(key.slot)) return setPackedArray(key, *def, converted);
     Value before = storedValue(key);
     if (before == converted) return true;
     ImplicitBlock block(*this);
@@ -197,9 +197,27 @@ bool Database::setValue(const AttrKey& key, const Value& v) {
     return true;
 }
 
-bool Database::setPackedArray(const AttrKey& key, const AttributeDef& def, const Value& converted) {
+bool Database::setPackedArray(const AttrKey& key, const AttributeDef& def, const Value& list) {
+    // Each field is converted as coerce() converts it and packed at once: no converted list between.
+    const ValueList* elements = list.tryGet<ValueList>();
+    if (!elements) return false;
     PackedArray after(*node(key.node)->def().slot(key.slot).packed);
-    if (!after.assign(converted.get<ValueList>())) return false;
+    after.resize(static_cast<int>(elements->size()));
+    Value field;
+    for (std::size_t e = 0; e < elements->size(); ++e) {
+        const Value& element = (*elements)[e];
+        if (def.children.empty()) {
+            if (!coerce(def, false, element, field)) return false;
+            after.setField(static_cast<int>(e), 0, field);
+            continue;
+        }
+        const ValueList* fields = element.tryGet<ValueList>();
+        if (!fields || fields->size() != def.children.size()) return false;
+        for (std::size_t c = 0; c < fields->size(); ++c) {
+            if (!coerce(def.children[c], false, (*fields)[c], field)) return false;
+            after.setField(static_cast<int>(e), static_cast<int>(c), field);
+        }
+    }
     return replacePackedArray(key, def, std::move(after));
 }
 

@@ -202,7 +202,7 @@ private:
     void doSetStoredArray(const AttrKey& key, const PackedArray& elements);
     // What every stored write tells: the change record, dirtiness, and time-dependent outputs.
     void storedChanged(const AttrKey& key);
-    bool setPackedArray(const AttrKey& key, const AttributeDef& def, const Value& converted);
+    bool setPackedArray(const AttrKey& key, const AttributeDef& def, const Value& list);
     bool replacePackedArray(const AttrKey& key, const AttributeDef& def, PackedArray&& after);
     // Disconnects the elements from `firstGone` on of an array that is about to shrink.
     void disconnectElementsFrom(const AttrKey& key, const AttributeDef& def, int firstGone);
