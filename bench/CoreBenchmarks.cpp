@@ -13,6 +13,8 @@
 #include <veldatabase/Database.h>
 #include <velscenegraph/SceneGraphNodes.h>
 
+#include "ResidentMemory.h"
+
 #include <benchmark/benchmark.h>
 
 #include <malloc.h>
@@ -359,22 +361,8 @@ void BM_SaveLoad100k(benchmark::State& state) {
 }
 BENCHMARK(BM_SaveLoad100k)->Iterations(3)->Unit(benchmark::kMillisecond);
 
-// The process's resident memory in bytes: now ("VmRSS:") or at its peak ("VmHWM:").
-double residentBytes(const char* field) {
-    std::ifstream status("/proc/self/status");
-    std::string line;
-    while (std::getline(status, line))
-        if (line.rfind(field, 0) == 0) return std::stod(line.substr(std::string(field).size())) * 1024.0;
-    return 0.0;
-}
-
-// Starts the peak resident memory anew from the current one; false where the kernel does not allow it.
-bool resetPeakResident() {
-    std::ofstream clear("/proc/self/clear_refs");
-    clear << "5";
-    clear.flush();
-    return static_cast<bool>(clear);
-}
+using bench::residentBytes;
+using bench::resetPeakResident;
 
 // `chains` top-level transforms, each the head of a parent chain `depth` transforms deep with a
 // value on every link; each chain's deepest transform drives its head and is selected, so the

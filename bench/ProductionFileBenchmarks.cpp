@@ -9,6 +9,8 @@
 
 #include <velscenegraph/SceneGraphNodes.h>
 
+#include "ResidentMemory.h"
+
 #include <benchmark/benchmark.h>
 
 #include <malloc.h>
@@ -26,22 +28,8 @@ namespace {
 using namespace prod;
 namespace fs = std::filesystem;
 
-// The process's resident memory in bytes: now ("VmRSS:") or at its peak ("VmHWM:").
-double residentBytes(const char* field) {
-    std::ifstream status("/proc/self/status");
-    std::string line;
-    while (std::getline(status, line))
-        if (line.rfind(field, 0) == 0) return std::stod(line.substr(std::string(field).size())) * 1024.0;
-    return 0.0;
-}
-
-// Starts the peak resident memory anew from the current one; false where the kernel does not allow it.
-bool resetPeakResident() {
-    std::ofstream clear("/proc/self/clear_refs");
-    clear << "5";
-    clear.flush();
-    return static_cast<bool>(clear);
-}
+using bench::residentBytes;
+using bench::resetPeakResident;
 
 // A folder of its own for the file, removed with everything in it.
 struct TemporaryFolder {
